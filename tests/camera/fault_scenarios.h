@@ -1,0 +1,102 @@
+#pragma once
+#include "camera/configuration.h"
+#include "camera/image_mode.h"
+#include "camera/record_time.h"
+#include "capture/frame_store_alloc.h"
+#include "capture/strobe.h"
+#include "support/camera_document.h"
+
+#include <iterator>
+#include <stdexcept>
+
+namespace vireo::test {
+
+/// One way through the code that calls the library; with one camera, so that each call is a place of its own.
+struct FaultScenario {
+    const char* strName;
+    const char* strSource;
+    bool bConnected; ///< cameras and store are there before the run
+    void (*prepare)(CameraDocument& bench);
+    bool (*run)(CameraDocument& bench);
+    bool bPart = false; ///< other scenarios show most of its calls
+};
+
+inline void Nothing(CameraDocument& /*bench*/) { }
+inline bool Configure(CameraDocument& bench) { return ConfigureCameras(bench.Doc()); }
+inline bool SetMode(CameraDocument& bench, bool bCustom)
+{
+    CameraInfo info;
+    info.modelName = bench.Doc().m_cameras.m_strModel[0];
+    const VideoModeChoice choice = ChooseVideoMode(info.modelName, 0, bench.Parameters().m_iFps);
+    return bCustom ? SetCustomMode(bench.Doc(), 0, info, choice) : SetStandardMode(bench.Doc(), 0, choice);
+}
+inline bool Arm(CameraDocument& bench)
+{
+    int hwSync = 0;
+    return SynchroStrobePre(bench.Doc(), hwSync) == StrobePreparation::Synchronised;
+}
+
+const FaultScenario kFaultScenarios[] = {
+    { "FindCameras", "simulated:FL3-U3-13Y3M", false, Nothing, [](CameraDocument& bench) { return bench.Open(); },
+        true },
+    { "ConnectUsb", "simulated:FL3-U3-13Y3M", false, Nothing, [](CameraDocument& bench) { return bench.Connect(); } },
+    { "ConnectGigE", "simulated:GS3-PGE-23S6M", false, Nothing, [](CameraDocument& bench) { return bench.Connect(); } },
+    // Everything that only a colour camera, a camera with pins, a GRAS or 120 fps needs, and a free run.
+    { "ConfigureColour", "simulated:GRAS-03K2C", true, [](CameraDocument& bench) { bench.Parameters().m_iFps = 120; },
+        Configure },
+    // The open shutter is cut to fit, so that its write is there as well.
+    { "ConfigureLocked", "simulated:FL3-U3-13Y3M", true,
+        [](CameraDocument& bench) {
+            bench.Parameters().m_iFps = 400;
+            bench.Parameters().m_iShutter = -1;
+        },
+        Configure },
+    { "GigEMode", "simulated:GS3-PGE-23S6M", true, Nothing,
+        [](CameraDocument& bench) { return SetMode(bench, true); } },
+    { "StandardMode", "simulated:FFMV-03M2M", true, Nothing,
+        [](CameraDocument& bench) { return SetMode(bench, false); } },
+    { "ArmTrigger", "simulated:FL3-U3-13Y3M", true,
+        [](CameraDocument& bench) {
+            bench.Doc().m_capture.m_bTriggerWaitRing = true;
+            bench.m_library.Answers().triggerOn = true;
+            bench.m_library.Answers().frameRate = 1000.0F;
+        },
+        Arm },
+    { "PutBack", "simulated:FL3-U3-13Y3M", true, Nothing,
+        [](CameraDocument& bench) { return SynchroStrobePost(bench.Doc()); } },
+    { "HighestRate", "simulated:FL3-U3-13Y3M", true, Nothing,
+        [](CameraDocument& bench) {
+            int iRate = 0;
+            return HighestFrameRate(bench.Doc(), 0, iRate);
+        } },
+    { "ReadTrigger", "simulated:FL3-U3-13Y3M", true,
+        [](CameraDocument& bench) { bench.Doc().m_capture.m_running.bLowHigh = true; },
+        [](CameraDocument& bench) { return ReadTriggerInput(bench.Doc()) == 1; } },
+    { "Close", "simulated:FL3-U3-13Y3M", true, Nothing,
+        [](CameraDocument& bench) {
+            OnCloseDocument(bench.Doc());
+            return true;
+        } },
+};
+
+inline const FaultScenario& ScenarioOf(const std::string& strName)
+{
+    for (const FaultScenario& scenario : kFaultScenarios)
+        if (scenario.strName == strName)
+            return scenario;
+    throw std::runtime_error("no scenario " + strName);
+}
+
+/// A document as the scenario begins with it; nothing is recorded yet.
+inline void Begin(CameraDocument& bench, const FaultScenario& scenario)
+{
+    if (scenario.bConnected) {
+        if (!bench.Connect())
+            throw std::runtime_error("cannot connect");
+        scenario.prepare(bench);
+        AllocateFrameStore(bench.Doc());
+    }
+    bench.Forget();
+}
+
+} // namespace vireo::test
