@@ -1,0 +1,305 @@
+#include "capture/take_report.h"
+
+#include "app/format_text.h"
+#include "capture/clock_fit.h"
+#include "capture/frame_store.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vireo {
+
+namespace {
+
+constexpr double kMaxPpm = 200.0; ///< no crystal is as far off; a faster clock is not what it says
+constexpr double kUsPerSecond = 1e6;
+
+double Seconds(ClockTime time) { return static_cast<double>(time) / static_cast<double>(kNsPerSecond); }
+
+// From one frame to the next on the device's clock. Rare triggers leave several wraps in between; the host's
+// clock tells how many.
+double Interval(const FrameSample& before, const FrameSample& frame)
+{
+    constexpr double kWrap = 128.0; // s
+    const double dInterval = FrameTimeDifference(frame.dDeviceTime, before.dDeviceTime);
+    return dInterval + kWrap * std::round((Seconds(frame.arrival - before.arrival) - dInterval) / kWrap);
+}
+
+// Embedded times without their wraps.
+std::vector<double> Unwrap(const std::vector<FrameSample>& frames)
+{
+    std::vector<double> times;
+    times.reserve(frames.size());
+    for (std::size_t i = 0; i < frames.size(); ++i)
+        times.push_back(i == 0 ? frames[i].dDeviceTime : times.back() + Interval(frames[i - 1], frames[i]));
+    return times;
+}
+
+bool HasTimes(const CameraEvidence& camera)
+{
+    return camera.frames.size() < 2
+        || std::any_of(camera.frames.begin(), camera.frames.end(),
+            [&camera](const FrameSample& frame) { return frame.dDeviceTime != camera.frames.front().dDeviceTime; });
+}
+
+// A frame without a number stands in for a lost one.
+std::vector<Gap> FindGaps(const std::vector<FrameSample>& frames)
+{
+    std::vector<Gap> gaps;
+    std::int64_t iOffset = 0; // of the exposure numbers from the frame indices
+    bool bKnown = false;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        const auto iIndex = static_cast<std::int64_t>(i);
+        if (frames[i].iExposure < 0) {
+            gaps.push_back({ static_cast<int>(i), 1 });
+            continue;
+        }
+        const std::int64_t iMissing = frames[i].iExposure - iIndex - iOffset;
+        if (bKnown && iMissing > 0)
+            gaps.push_back({ static_cast<int>(i), static_cast<int>(iMissing) });
+        iOffset = frames[i].iExposure - iIndex;
+        bKnown = true;
+    }
+    return gaps;
+}
+
+bool HasArrivals(const CameraEvidence& camera)
+{
+    return std::all_of(
+        camera.frames.begin(), camera.frames.end(), [](const FrameSample& frame) { return frame.arrival != 0; });
+}
+
+// The usual time between frames of all cameras, s; `dOtherwise` when there is none.
+double UsualInterval(const std::vector<std::vector<double>>& cameras, double dOtherwise)
+{
+    std::vector<double> intervals;
+    for (const std::vector<double>& times : cameras)
+        for (std::size_t i = 1; i < times.size(); ++i)
+            intervals.push_back(times[i] - times[i - 1]);
+    if (intervals.empty())
+        return dOtherwise;
+    const auto middle = intervals.begin() + static_cast<std::ptrdiff_t>(intervals.size() / 2);
+    std::nth_element(intervals.begin(), middle, intervals.end());
+    return *middle > 0.0 ? *middle : dOtherwise;
+}
+
+// Frames on edges from outside have no numbers: only intervals of several usual ones show a loss.
+std::vector<Gap> FindLongIntervals(const std::vector<double>& times, double dUsual)
+{
+    std::vector<Gap> gaps;
+    for (std::size_t i = 1; i < times.size(); ++i) {
+        const long lMissing = std::lround((times[i] - times[i - 1]) / dUsual) - 1;
+        if (lMissing > 0)
+            gaps.push_back({ static_cast<int>(i), static_cast<int>(lMissing) });
+    }
+    return gaps;
+}
+
+// A gap that several cameras share to the frame is a pause of the trigger.
+void DropCommonGaps(std::vector<CameraReport>& cameras)
+{
+    if (cameras.size() < 2)
+        return;
+    const std::vector<Gap> first = cameras.front().gaps;
+    for (const Gap& gap : first) {
+        const auto hasIt = [&gap](const CameraReport& camera) {
+            return std::find(camera.gaps.begin(), camera.gaps.end(), gap) != camera.gaps.end();
+        };
+        if (std::all_of(cameras.begin(), cameras.end(), hasIt))
+            for (CameraReport& camera : cameras)
+                std::erase(camera.gaps, gap);
+    }
+}
+
+ClockFit FitCamera(const CameraEvidence& camera, const std::vector<double>& times)
+{
+    std::vector<ClockPoint> points;
+    points.reserve(times.size());
+    for (std::size_t i = 0; i < times.size(); ++i)
+        points.push_back({ times[i], Seconds(camera.frames[i].arrival) });
+    return FitClock(points);
+}
+
+class Judge {
+public:
+    explicit Judge(const TakeEvidence& evidence)
+        : m_evidence(evidence)
+        , m_dPeriod(1.0 / std::max(evidence.iFps, 1))
+    {
+    }
+
+    TakeReport Run()
+    {
+        m_report.iFpsRequested = m_evidence.iFps;
+        m_report.iFrames = m_evidence.iTarget;
+        for (const CameraEvidence& camera : m_evidence.cameras)
+            m_times.push_back(Unwrap(camera.frames));
+        if (m_evidence.bOutsideTrigger)
+            m_dPeriod = UsualInterval(m_times, m_dPeriod);
+        for (std::size_t c = 0; c < m_evidence.cameras.size(); ++c)
+            Describe(m_evidence.cameras[c], m_times[c]);
+        if (m_evidence.bOutsideTrigger)
+            DropCommonGaps(m_report.cameras);
+        if (!m_times.empty() && m_times.front().size() >= 2) {
+            const double dSpan = m_times.front().back() - m_times.front().front();
+            m_report.dFpsMeasured = dSpan > 0.0 ? static_cast<double>(m_times.front().size() - 1) / dSpan : 0.0;
+            m_report.dRecordSeconds = dSpan + m_dPeriod;
+        }
+        for (std::size_t c = 1; c < m_evidence.cameras.size(); ++c)
+            Compare(c);
+        Conclude();
+        return std::move(m_report);
+    }
+
+private:
+    void Describe(const CameraEvidence& camera, const std::vector<double>& times)
+    {
+        CameraReport report;
+        report.iNumber = camera.iNumber;
+        report.uiSerial = camera.uiSerial;
+        report.strModel = camera.strModel;
+        report.eInterface = camera.eInterface;
+        report.iFrames = static_cast<int>(camera.frames.size());
+        report.iLostBefore = camera.iLostBefore;
+        report.statistics = camera.statistics;
+        report.uiColdSlots = camera.uiColdSlots;
+        report.gaps = m_evidence.bOutsideTrigger ? FindLongIntervals(times, m_dPeriod) : FindGaps(camera.frames);
+        if (!camera.frames.empty())
+            report.dFirstTimestamp = camera.frames.front().dDeviceTime;
+        for (std::size_t i = 1; i < times.size(); ++i)
+            report.dMaxIntervalUs = std::max(report.dMaxIntervalUs, (times[i] - times[i - 1]) * kUsPerSecond);
+        m_fits.push_back(FitCamera(camera, times));
+        report.dClockPpm = m_fits.back().DevicePpm();
+        m_report.cameras.push_back(std::move(report));
+    }
+
+    bool SharesClock(std::size_t c) const
+    {
+        return m_evidence.cameras[c].uiClockDomain == m_evidence.cameras[0].uiClockDomain;
+    }
+
+    // Residual of every frame against camera 0's frame of the same index.
+    void Compare(std::size_t c)
+    {
+        if (!SharesClock(c) && !m_evidence.bTriggered)
+            return; // clocks of their own and no common edge: nothing says what the residual should be
+        CameraReport& report = m_report.cameras[c];
+        const std::size_t uiFrames = std::min(m_times[0].size(), m_times[c].size());
+        report.offsetsUs.reserve(uiFrames);
+        for (std::size_t i = 0; i < uiFrames; ++i) {
+            const double dOffset = SharesClock(c) ? FrameTimeDifference(m_evidence.cameras[c].frames[i].dDeviceTime,
+                                       m_evidence.cameras[0].frames[i].dDeviceTime)
+                                                  : m_fits[c].ToHost(m_times[c][i]) - m_fits[0].ToHost(m_times[0][i]);
+            report.offsetsUs.push_back(dOffset * kUsPerSecond);
+            report.dMaxOffsetUs = std::max(report.dMaxOffsetUs, std::abs(dOffset) * kUsPerSecond);
+        }
+    }
+
+    void Say(Verdict eVerdict, std::string strReason)
+    {
+        m_report.eVerdict = eVerdict;
+        m_report.strReason = std::move(strReason);
+    }
+
+    void Conclude()
+    {
+        if (m_evidence.cameras.empty() || m_evidence.iTarget < 1)
+            return Say(Verdict::NotChecked, "nothing was recorded");
+        for (const CameraReport& camera : m_report.cameras) {
+            if (!camera.gaps.empty())
+                return Say(Verdict::FramesMissed,
+                    FormatText("camera %d misses %d before frame %d", camera.iNumber, camera.gaps.front().iMissing,
+                        camera.gaps.front().iFrame));
+            if (camera.iFrames < m_evidence.iTarget)
+                return Say(Verdict::FramesMissed,
+                    FormatText("camera %d has %d of %d frames", camera.iNumber, camera.iFrames, m_evidence.iTarget));
+        }
+        for (const CameraEvidence& camera : m_evidence.cameras)
+            if (!HasTimes(camera))
+                return Say(Verdict::NotChecked, FormatText("camera %d embeds no times", camera.iNumber));
+        Say(Verdict::InSync, "");
+        for (std::size_t c = 1; c < m_evidence.cameras.size(); ++c) {
+            if (!SharesClock(c) && !CanCompare(c))
+                continue; // another camera may still be found out of sync
+            if (!Agrees(c))
+                return;
+        }
+    }
+
+    // Whether the clocks of cameras 0 and c can be laid over the host's; says so when not.
+    bool CanCompare(std::size_t c)
+    {
+        if (!m_evidence.bTriggered) {
+            Say(Verdict::NotChecked, "free-running cameras with clocks of their own");
+            return false;
+        }
+        for (const std::size_t k : { std::size_t { 0 }, c }) {
+            const int iNumber = m_report.cameras[k].iNumber;
+            if (!HasArrivals(m_evidence.cameras[k])) {
+                Say(Verdict::NotChecked, FormatText("camera %d tells no arrival times", iNumber));
+                return false;
+            }
+            if (m_fits[k].dJitter > m_dPeriod / 2) {
+                Say(Verdict::NotChecked,
+                    FormatText(
+                        "frames of camera %d arrived too irregularly to lay its clock over the host's", iNumber));
+                return false;
+            }
+        }
+        return true;
+    }
+
+    // The rate that a clock may show: a short take with uneven arrivals does not tell it exactly.
+    double RateLimit(std::size_t c) const
+    {
+        const double dSpan = m_times[c].back() - m_times[c].front();
+        return kMaxPpm + (dSpan > 0.0 ? m_fits[c].dJitter / dSpan * 1e6 : 0.0);
+    }
+
+    // False when camera c is out of sync; it is said then.
+    bool Agrees(std::size_t c)
+    {
+        const CameraReport& camera = m_report.cameras[c];
+        for (const std::size_t k : { std::size_t { 0 }, c })
+            if (!SharesClock(c) && std::abs(m_fits[k].DevicePpm()) > RateLimit(k)) {
+                Say(Verdict::OutOfSync,
+                    FormatText(
+                        "the clock of camera %d is %.0f ppm off", m_report.cameras[k].iNumber, m_fits[k].DevicePpm()));
+                return false;
+            }
+        const double dLimitUs = m_dPeriod / 2 * kUsPerSecond;
+        if (camera.dMaxOffsetUs > dLimitUs) {
+            const auto first = std::find_if(camera.offsetsUs.begin(), camera.offsetsUs.end(),
+                [dLimitUs](double dOffsetUs) { return std::abs(dOffsetUs) > dLimitUs; });
+            Say(Verdict::OutOfSync,
+                FormatText("camera %d is up to %.0f us away from camera %d, first at frame %d", camera.iNumber,
+                    camera.dMaxOffsetUs, m_report.cameras[0].iNumber,
+                    static_cast<int>(first - camera.offsetsUs.begin())));
+            return false;
+        }
+        return true;
+    }
+
+    const TakeEvidence& m_evidence;
+    double m_dPeriod; ///< s, between the frames of a camera
+    TakeReport m_report;
+    std::vector<std::vector<double>> m_times; ///< unwrapped, per camera
+    std::vector<ClockFit> m_fits;
+};
+
+} // namespace
+
+const char* VerdictText(Verdict eVerdict)
+{
+    switch (eVerdict) {
+    case Verdict::InSync: return "in sync";
+    case Verdict::FramesMissed: return "frames missed";
+    case Verdict::OutOfSync: return "out of sync";
+    case Verdict::NotChecked: break;
+    }
+    return "not checked";
+}
+
+TakeReport JudgeTake(const TakeEvidence& evidence) { return Judge(evidence).Run(); }
+
+} // namespace vireo
