@@ -1,0 +1,90 @@
+#include "platform/qt/camera_selection_dlg.h"
+
+#include <QDialogButtonBox>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QVBoxLayout>
+
+namespace vireo {
+
+namespace {
+
+const char* const kSimulatedVendor = "Simulated";
+const char* const kSimulatedText = "シミュレーション";
+
+void FillRow(QTableWidget& table, int iRow, const CameraInfo& camera)
+{
+    const bool bSimulated = camera.vendorName == kSimulatedVendor;
+    const QString astrTexts[] = {
+        QString::fromStdString(camera.modelName),
+        QString::number(camera.serialNumber),
+        InterfaceText(camera.interfaceType),
+        bSimulated ? QString::fromUtf8(kSimulatedText) : QString::fromStdString(camera.vendorName),
+    };
+    for (int iColumn = 0; iColumn < table.columnCount(); ++iColumn) {
+        auto* pItem = new QTableWidgetItem(astrTexts[iColumn]);
+        if (bSimulated) {
+            QFont font = table.font();
+            font.setItalic(iColumn == 3);
+            pItem->setFont(font);
+            pItem->setToolTip(QStringLiteral("実機ではなく、シミュレーションのカメラです"));
+        }
+        table.setItem(iRow, iColumn, pItem);
+    }
+}
+
+} // namespace
+
+QString InterfaceText(InterfaceType eInterface)
+{
+    switch (eInterface) {
+    case InterfaceType::Ieee1394: return QStringLiteral("IEEE 1394");
+    case InterfaceType::Usb2: return QStringLiteral("USB 2.0");
+    case InterfaceType::Usb3: return QStringLiteral("USB 3.0");
+    case InterfaceType::GigE: return QStringLiteral("GigE");
+    case InterfaceType::Unknown: break;
+    }
+    return QStringLiteral("不明");
+}
+
+CameraSelectionDlg::CameraSelectionDlg(std::span<const CameraInfo> cameras, QWidget* pParent)
+    : QDialog(pParent)
+{
+    setObjectName(QStringLiteral("camera_selection"));
+    setWindowTitle(QStringLiteral("カメラの選択"));
+
+    auto* pText = new QLabel(cameras.empty() ? QStringLiteral("カメラが見つかりません。")
+                                             : QStringLiteral("次の %1 台のカメラを使用します。").arg(cameras.size()));
+    auto* pTable = new QTableWidget(static_cast<int>(cameras.size()), 4);
+    pTable->setObjectName(QStringLiteral("cameras"));
+    pTable->setHorizontalHeaderLabels({ QStringLiteral("型名"), QStringLiteral("シリアル番号"),
+        QStringLiteral("インターフェース"), QStringLiteral("メーカー") });
+    pTable->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    pTable->setSelectionMode(QAbstractItemView::NoSelection);
+    pTable->setFocusPolicy(Qt::NoFocus);
+    pTable->setShowGrid(false);
+    pTable->setAlternatingRowColors(true);
+    pTable->verticalHeader()->hide();
+    for (int iRow = 0; iRow < pTable->rowCount(); ++iRow)
+        FillRow(*pTable, iRow, cameras[static_cast<std::size_t>(iRow)]);
+    pTable->resizeColumnsToContents();
+    for (int iColumn = 0; iColumn < pTable->columnCount(); ++iColumn) // room between the columns
+        pTable->setColumnWidth(iColumn, pTable->columnWidth(iColumn) + pTable->fontMetrics().height());
+    pTable->horizontalHeader()->setStretchLastSection(true);
+
+    auto* pButtons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    connect(pButtons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(pButtons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+
+    auto* pLayout = new QVBoxLayout(this);
+    pLayout->addWidget(pText);
+    pLayout->addWidget(pTable, 1);
+    pLayout->addWidget(pButtons);
+    pButtons->button(QDialogButtonBox::Ok)->setDefault(true);
+    pButtons->button(QDialogButtonBox::Ok)->setFocus();
+    resize(fontMetrics().height() * 34, fontMetrics().height() * 16);
+}
+
+} // namespace vireo

@@ -1,0 +1,65 @@
+#include "app/qt/application_look.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QToolBar>
+#include <gtest/gtest.h>
+#include <map>
+
+namespace vireo {
+namespace {
+
+TEST(ApplicationLook, IdsRunFrom210To218)
+{
+    int iId = 210;
+    for (const ApplicationLook& look : ApplicationLooks())
+        EXPECT_EQ(look.iId, iId++);
+    EXPECT_EQ(iId, 219);
+}
+
+TEST(ApplicationLook, UnknownIdsMeanTheDefault)
+{
+    for (const int iId : { 0, 209, 219, -1, 215 })
+        EXPECT_EQ(LookOf(iId).iId, 215);
+    EXPECT_EQ(LookOf(218).iId, 218);
+}
+
+TEST(ApplicationLook, EveryLookDrawsTheWindowDifferently)
+{
+    QMainWindow frame;
+    frame.resize(400, 200);
+    QToolBar* pBar = frame.addToolBar(QStringLiteral("bar"));
+    pBar->addAction(QStringLiteral("command"));
+    frame.setCentralWidget(new QPushButton(QStringLiteral("button")));
+    frame.statusBar()->addWidget(new QLabel(QStringLiteral("status")));
+    frame.show();
+    std::map<int, QImage> pictures;
+    for (const ApplicationLook& look : ApplicationLooks()) {
+        ApplyLook(*qApp, look);
+        QApplication::processEvents();
+        pictures[look.iId] = frame.grab().toImage();
+    }
+    for (const auto& [iId, picture] : pictures)
+        for (const auto& [iOther, other] : pictures)
+            EXPECT_EQ(picture == other, iId == iOther) << iId << " and " << iOther;
+}
+
+TEST(ApplicationLook, TextStandsOutFromItsGroundInEveryLook)
+{
+    const auto contrast = [](QRgb a, QRgb b) { return std::abs(qGray(a) - qGray(b)); };
+    for (const ApplicationLook& look : ApplicationLooks()) {
+        SCOPED_TRACE(look.iId);
+        EXPECT_GT(contrast(look.text, look.window), 110);
+        EXPECT_GT(contrast(look.text, look.base), 110);
+        EXPECT_GT(contrast(look.text, look.button), 110);
+        EXPECT_GT(contrast(look.barText, look.barBottom), 90);
+        EXPECT_GT(contrast(look.barText, look.barTop), 110);
+        EXPECT_LT(qGray(look.area), 110) << "pictures stand on dark ground";
+    }
+}
+
+} // namespace
+} // namespace vireo
