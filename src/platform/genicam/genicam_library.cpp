@@ -1,0 +1,200 @@
+#include "platform/genicam/genicam_library.h"
+
+#include "platform/genicam/discovery.h"
+#include "platform/genicam/genicam_cameras.h"
+
+#include <algorithm>
+#include <mutex>
+
+namespace vireo {
+
+namespace {
+
+/// The driver keeps one list of devices for the whole process.
+std::mutex g_csDiscovery;
+
+class GenicamLibrary final : public CameraLibrary, public BusManager {
+public:
+    GenicamLibrary(Clock& clock, Log& log, GenicamSetup setup)
+        : m_clock(clock)
+        , m_log(log)
+        , m_setup(std::move(setup))
+    {
+    }
+
+    BusManager& GetBusManager() override { return *this; }
+    std::vector<CameraInfo> ListCameras() override;
+    std::unique_ptr<Camera> CreateCamera(const PGRGuid& guid) override;
+    std::unique_ptr<GigECamera> CreateGigECamera(const PGRGuid& guid) override;
+    Error StartSyncCapture(std::span<CameraBase* const> cameras) override;
+
+    Error GetNumOfCameras(unsigned int& uiCount) override;
+    Error GetCameraSerialNumberFromIndex(unsigned int uiIndex, unsigned int& uiSerialNumber) override;
+    Error GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRGuid& guid) override;
+    Error GetInterfaceTypeFromGuid(const PGRGuid& guid, InterfaceType& eInterface) override;
+
+private:
+    Error Refresh();
+    bool Find(const PGRGuid& guid, DeviceRecord& record) const;
+    GenicamDevice::FindRecord Finder()
+    {
+        return [this](const PGRGuid& guid, DeviceRecord& record) { return Find(guid, record); };
+    }
+
+    Clock& m_clock;
+    Log& m_log;
+    GenicamSetup m_setup;
+    mutable std::mutex m_csDevices;
+    std::vector<DeviceRecord> m_devices;
+    bool m_bListed = false;
+};
+
+Error GenicamLibrary::Refresh()
+{
+    std::vector<DeviceRecord> devices;
+    std::string strError;
+    {
+        std::lock_guard lock(g_csDiscovery);
+        strError = DiscoverDevices(m_setup.strInterface, m_log, devices);
+    }
+    if (!strError.empty()) {
+        m_log.Write(strError);
+        return { ErrorType::NotFound, strError };
+    }
+    std::lock_guard lock(m_csDevices);
+    m_devices = std::move(devices);
+    m_bListed = true;
+    return {};
+}
+
+bool GenicamLibrary::Find(const PGRGuid& guid, DeviceRecord& record) const
+{
+    std::lock_guard lock(m_csDevices);
+    const auto found = std::find_if(
+        m_devices.begin(), m_devices.end(), [&](const DeviceRecord& device) { return device.guid == guid; });
+    if (found == m_devices.end())
+        return false;
+    record = *found;
+    return true;
+}
+
+std::vector<CameraInfo> GenicamLibrary::ListCameras()
+{
+    if (!m_bListed)
+        (void)Refresh();
+    std::lock_guard lock(m_csDevices);
+    std::vector<CameraInfo> cameras;
+    for (const DeviceRecord& device : m_devices) {
+        CameraInfo info;
+        info.serialNumber = device.uiSerial;
+        info.interfaceType = device.bGigE ? InterfaceType::GigE : InterfaceType::Usb3;
+        info.modelName = device.strModel;
+        info.vendorName = device.strVendor;
+        cameras.push_back(std::move(info));
+    }
+    return cameras;
+}
+
+Error GenicamLibrary::GetNumOfCameras(unsigned int& uiCount)
+{
+    if (Error error = Refresh(); !error.IsOk())
+        return error;
+    std::lock_guard lock(m_csDevices);
+    uiCount = static_cast<unsigned int>(m_devices.size());
+    return {};
+}
+
+Error GenicamLibrary::GetCameraSerialNumberFromIndex(unsigned int uiIndex, unsigned int& uiSerialNumber)
+{
+    std::lock_guard lock(m_csDevices);
+    if (uiIndex >= m_devices.size())
+        return ErrorType::NotFound;
+    uiSerialNumber = m_devices[uiIndex].uiSerial;
+    return {};
+}
+
+/// Two cameras with one number cannot be told apart, and neither is taken for the other.
+Error GenicamLibrary::GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRGuid& guid)
+{
+    std::lock_guard lock(m_csDevices);
+    const DeviceRecord* pFound = nullptr;
+    for (const DeviceRecord& device : m_devices) {
+        if (device.uiSerial != uiSerialNumber)
+            continue;
+        if (pFound != nullptr) {
+            const std::string strText = "two cameras have the serial number " + std::to_string(uiSerialNumber) + ": "
+                + pFound->strId + " at " + pFound->strAddress + " and " + device.strId + " at " + device.strAddress;
+            m_log.Write(strText);
+            return { ErrorType::InvalidParameter, strText };
+        }
+        pFound = &device;
+    }
+    if (pFound == nullptr)
+        return { ErrorType::NotFound, "no camera " + std::to_string(uiSerialNumber) };
+    guid = pFound->guid;
+    return {};
+}
+
+Error GenicamLibrary::GetInterfaceTypeFromGuid(const PGRGuid& guid, InterfaceType& eInterface)
+{
+    DeviceRecord record;
+    if (!Find(guid, record))
+        return ErrorType::NotFound;
+    eInterface = record.bGigE ? InterfaceType::GigE : InterfaceType::Usb3;
+    return {};
+}
+
+std::unique_ptr<Camera> GenicamLibrary::CreateCamera(const PGRGuid& guid)
+{
+    DeviceRecord record;
+    if (!Find(guid, record) || record.bGigE)
+        return nullptr;
+    return std::make_unique<GenicamUsbCamera>(m_clock, m_log, Finder(), false);
+}
+
+std::unique_ptr<GigECamera> GenicamLibrary::CreateGigECamera(const PGRGuid& guid)
+{
+    DeviceRecord record;
+    if (!Find(guid, record) || !record.bGigE)
+        return nullptr;
+    return std::make_unique<GenicamGigECamera>(m_clock, m_log, Finder(), true);
+}
+
+GenicamDevice* DeviceOf(CameraBase* pCamera)
+{
+    if (auto* pUsb = dynamic_cast<GenicamUsbCamera*>(pCamera))
+        return &pUsb->Device();
+    if (auto* pGigE = dynamic_cast<GenicamGigECamera*>(pCamera))
+        return &pGigE->Device();
+    return nullptr;
+}
+
+/// Makes every stream ready first, so that nothing but one command lies between the first camera's
+/// start and the last one's.
+Error GenicamLibrary::StartSyncCapture(std::span<CameraBase* const> cameras)
+{
+    std::vector<GenicamDevice*> devices;
+    Error error;
+    for (CameraBase* pCamera : cameras) {
+        GenicamDevice* pDevice = DeviceOf(pCamera);
+        error = pDevice != nullptr ? pDevice->PrepareCapture() : Error(ErrorType::InvalidParameter);
+        if (!error.IsOk())
+            break;
+        devices.push_back(pDevice);
+    }
+    for (std::size_t i = 0; i < devices.size() && error.IsOk(); i++)
+        error = devices[i]->BeginCapture();
+    if (!error.IsOk())
+        for (GenicamDevice* pDevice : devices)
+            (void)pDevice->StopCapture();
+    return error;
+}
+
+} // namespace
+
+std::unique_ptr<CameraLibrary> MakeGenicamLibrary(Clock& clock, Log& log, const GenicamSetup& setup)
+{
+    return std::make_unique<GenicamLibrary>(clock, log, setup);
+}
+
+} // namespace vireo

@@ -1,0 +1,92 @@
+#include "platform/genicam/open_device.h"
+
+#include <arpa/inet.h>
+
+namespace vireo {
+
+namespace {
+
+constexpr std::uint32_t kControlRegister = 0x0A00;
+
+/// Called in the driver's own thread: only a note is made.
+void OnControlLost(ArvDevice*, gpointer pLink)
+{
+    static_cast<DeviceLink*>(pLink)->SetGone("control of the camera was lost");
+}
+
+/// Names and not numbers: an all-digit name would be taken for an address.
+GObjectPtr<ArvCamera> NewCamera(const DeviceRecord& record, GErrorSlot& error)
+{
+    if (!record.bGigE)
+        return GObjectPtr<ArvCamera>(arv_camera_new(record.strId.c_str(), error.Out()));
+    if (record.strHostAddress.empty())
+        return GObjectPtr<ArvCamera>(arv_camera_new(record.strAddress.c_str(), error.Out()));
+    const GObjectPtr<GInetAddress> host(g_inet_address_new_from_string(record.strHostAddress.c_str()));
+    const GObjectPtr<GInetAddress> camera(g_inet_address_new_from_string(record.strAddress.c_str()));
+    const GObjectPtr<ArvDevice> device(arv_gv_device_new(host.get(), camera.get(), error.Out()));
+    if (!device)
+        return nullptr;
+    return GObjectPtr<ArvCamera>(arv_camera_new_with_device(device.get(), error.Out()));
+}
+
+/// Whoever opens a GigE camera second gets an object all the same, but not the camera's control.
+Error CheckControl(OpenDevice& device, const DeviceRecord& record)
+{
+    if (!device.bGigE || arv_gv_device_is_controller(ARV_GV_DEVICE(device.Device())))
+        return {};
+    std::uint32_t uiHeld = 0;
+    const Error error = device.features->ReadWord(kControlRegister, uiHeld);
+    if (error == ErrorType::Disconnected)
+        return error;
+    return { ErrorType::AccessDenied, record.Name() + ": another program controls it" };
+}
+
+void ReadInfo(OpenDevice& device, const DeviceRecord& record)
+{
+    Features& features = *device.features;
+    CameraInfo& info = device.info;
+    info.serialNumber = record.uiSerial;
+    info.interfaceType = record.bGigE ? InterfaceType::GigE : InterfaceType::Usb3;
+    info.modelName = record.strModel;
+    info.vendorName = record.strVendor;
+    for (const std::string& strFormat : features.Choices(Feature::PixelFormat))
+        if (strFormat.starts_with("Bayer") || strFormat.starts_with("RGB") || strFormat.starts_with("BGR"))
+            info.isColorCamera = true;
+    std::int64_t iWidth = 0;
+    std::int64_t iHeight = 0;
+    const bool bSensor = features.Has(Feature::SensorWidth) && features.Has(Feature::SensorHeight);
+    if (features.GetInteger(bSensor ? Feature::SensorWidth : Feature::WidthMax, iWidth).IsOk()
+        && features.GetInteger(bSensor ? Feature::SensorHeight : Feature::HeightMax, iHeight).IsOk())
+        info.sensorResolution = std::to_string(iWidth) + "x" + std::to_string(iHeight);
+}
+
+} // namespace
+
+OpenDevice::~OpenDevice()
+{
+    if (ulLostHandler != 0)
+        g_signal_handler_disconnect(Device(), ulLostHandler);
+}
+
+Error OpenCamera(const DeviceRecord& record, OpenDevice& device)
+{
+    GErrorSlot error;
+    device.camera = NewCamera(record, error);
+    if (!device.camera || error) {
+        const Features nobody(nullptr, record.Name());
+        device.camera.reset();
+        if (!error)
+            return nobody.Fail(ErrorType::NotFound, "cannot be opened");
+        return nobody.Translate(error.Get(), "cannot be opened", ErrorType::NotFound);
+    }
+    device.bGigE = record.bGigE;
+    device.features = std::make_unique<Features>(device.Device(), record.Name());
+    if (const Error denied = CheckControl(device, record); !denied.IsOk())
+        return denied;
+    device.ulLostHandler =
+        g_signal_connect(device.Device(), "control-lost", G_CALLBACK(OnControlLost), device.link.get());
+    ReadInfo(device, record);
+    return {};
+}
+
+} // namespace vireo

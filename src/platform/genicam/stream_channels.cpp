@@ -1,0 +1,162 @@
+#include "platform/genicam/stream_channels.h"
+
+#include <algorithm>
+
+namespace vireo {
+
+namespace {
+
+constexpr std::uint32_t kChannelCount = 0x0904;
+constexpr std::uint32_t kFirstChannel = 0x0D00;
+constexpr std::uint32_t kChannelPitch = 0x40;
+constexpr std::uint32_t kLastChannel = 512;
+// Registers of a channel.
+constexpr std::uint32_t kPort = 0x00, kPacket = 0x04, kDelay = 0x08, kDestination = 0x18, kSource = 0x1C;
+constexpr std::uint32_t kDoNotFragment = 0x40000000;
+constexpr std::uint32_t kSmallestPacket = 576; ///< every network carries this
+
+constexpr std::uint32_t Address(std::uint32_t uiChannel, std::uint32_t uiRegister)
+{
+    return kFirstChannel + uiChannel * kChannelPitch + uiRegister;
+}
+
+IPAddress Octets(std::uint32_t uiAddress)
+{
+    return { { static_cast<std::uint8_t>(uiAddress >> 24), static_cast<std::uint8_t>(uiAddress >> 16),
+        static_cast<std::uint8_t>(uiAddress >> 8), static_cast<std::uint8_t>(uiAddress) } };
+}
+
+std::uint32_t Number(const IPAddress& address)
+{
+    return static_cast<std::uint32_t>(address.octets[0]) << 24 | static_cast<std::uint32_t>(address.octets[1]) << 16
+        | static_cast<std::uint32_t>(address.octets[2]) << 8 | address.octets[3];
+}
+
+bool IsMulticast(const IPAddress& address) { return address.octets[0] >= 224 && address.octets[0] < 240; }
+
+std::string Text(const IPAddress& address)
+{
+    std::string strText;
+    for (const std::uint8_t uiOctet : address.octets)
+        strText += (strText.empty() ? "" : ".") + std::to_string(uiOctet);
+    return strText;
+}
+
+Error CheckChannel(OpenDevice& device, std::uint32_t uiChannel)
+{
+    std::uint32_t uiChannels = 0;
+    if (Error error = CountStreamChannels(device, uiChannels); !error.IsOk())
+        return error;
+    return uiChannel < uiChannels
+        ? Error()
+        : device.features->Fail(ErrorType::InvalidParameter, "no stream channel " + std::to_string(uiChannel));
+}
+
+/// Keeps the destination if it is one that must not reach the camera.
+bool KeepDestination(OpenDevice& device, std::uint32_t uiChannel, const IPAddress& destination, std::string& strNote)
+{
+    if (!IsMulticast(destination)) {
+        device.remembered.destinations.erase(uiChannel);
+        return false;
+    }
+    device.remembered.destinations[uiChannel] = destination;
+    strNote = device.features->Camera() + ": stream destination " + Text(destination)
+        + " is noted; the frames come to this computer alone";
+    return true;
+}
+
+} // namespace
+
+Error CountStreamChannels(OpenDevice& device, std::uint32_t& uiChannels)
+{
+    return device.features->ReadWord(kChannelCount, uiChannels);
+}
+
+Error ReadStreamChannel(OpenDevice& device, NumberedChannel& numbered)
+{
+    const std::uint32_t uiChannel = numbered.uiChannel;
+    if (Error error = CheckChannel(device, uiChannel); !error.IsOk())
+        return error;
+    std::uint32_t uiPort = 0;
+    std::uint32_t uiPacket = 0;
+    std::uint32_t uiDestination = 0;
+    GigEStreamChannel read;
+    Features& features = *device.features;
+    if (Error error = features.ReadWord(Address(uiChannel, kPort), uiPort); !error.IsOk())
+        return error;
+    if (Error error = features.ReadWord(Address(uiChannel, kPacket), uiPacket); !error.IsOk())
+        return error;
+    if (Error error = features.ReadWord(Address(uiChannel, kDelay), read.interPacketDelay); !error.IsOk())
+        return error;
+    if (Error error = features.ReadWord(Address(uiChannel, kDestination), uiDestination); !error.IsOk())
+        return error;
+    if (!features.ReadWord(Address(uiChannel, kSource), read.sourcePort).IsOk())
+        read.sourcePort = 0; // an optional register
+    read.networkInterfaceIndex = uiPort >> 16 & 0xFU;
+    read.hostPort = uiPort & 0xFFFFU;
+    read.doNotFragment = (uiPacket & kDoNotFragment) != 0;
+    read.packetSize = uiPacket & 0xFFFFU;
+    const auto kept = device.remembered.destinations.find(uiChannel);
+    read.destinationIpAddress = kept != device.remembered.destinations.end() ? kept->second : Octets(uiDestination);
+    numbered.channel = read;
+    return {};
+}
+
+Error WriteStreamChannel(OpenDevice& device, const NumberedChannel& numbered, std::string& strNote)
+{
+    NumberedChannel now { numbered.uiChannel, {} };
+    if (Error error = ReadStreamChannel(device, now); !error.IsOk())
+        return error;
+    Features& features = *device.features;
+    const GigEStreamChannel& wanted = numbered.channel;
+    const std::uint32_t uiChannel = numbered.uiChannel;
+    if (wanted.packetSize != now.channel.packetSize || wanted.doNotFragment != now.channel.doNotFragment) {
+        const std::uint32_t uiPacket = (wanted.packetSize & 0xFFFFU) | (wanted.doNotFragment ? kDoNotFragment : 0U);
+        if (Error error = features.WriteWord(Address(uiChannel, kPacket), uiPacket); !error.IsOk())
+            return error;
+    }
+    if (wanted.interPacketDelay != now.channel.interPacketDelay)
+        if (Error error = features.WriteWord(Address(uiChannel, kDelay), wanted.interPacketDelay); !error.IsOk())
+            return error;
+    if (wanted.destinationIpAddress == now.channel.destinationIpAddress
+        || KeepDestination(device, uiChannel, wanted.destinationIpAddress, strNote))
+        return {};
+    return features.WriteWord(Address(uiChannel, kDestination), Number(wanted.destinationIpAddress));
+}
+
+Error WriteBootstrap(OpenDevice& device, std::uint32_t uiAddress, std::uint32_t uiValue, std::string& strNote)
+{
+    const std::uint32_t uiChannel = (uiAddress - kFirstChannel) / kChannelPitch;
+    const bool bDestination =
+        uiAddress >= kFirstChannel && uiChannel < kLastChannel && uiAddress == Address(uiChannel, kDestination);
+    if (bDestination && KeepDestination(device, uiChannel, Octets(uiValue), strNote))
+        return {};
+    return device.features->WriteWord(uiAddress, uiValue);
+}
+
+Error FindPacketSize(OpenDevice& device, std::uint32_t& uiPacketSize)
+{
+    Features& features = *device.features;
+    if (device.bCapturing)
+        return features.Fail(ErrorType::AlreadyStarted, "packet sizes cannot be tried while capturing");
+    const auto wanted = static_cast<gint>(std::clamp<std::uint32_t>(uiPacketSize, kSmallestPacket, 65535));
+    auto* pDevice = ARV_GV_DEVICE(device.Device());
+    GErrorSlot slot;
+    arv_gv_device_set_packet_size(pDevice, wanted, slot.Out());
+    if (slot)
+        return features.Translate(slot.Get(), "packet size", ErrorType::InvalidParameter);
+    // Cameras that cannot send a test packet keep what they accepted.
+    const guint uiFound = arv_gv_device_auto_packet_size(pDevice, slot.Out());
+    if (slot)
+        return features.Translate(slot.Get(), "test packets", ErrorType::TransportFailed);
+    if (uiFound > static_cast<guint>(wanted)) {
+        arv_gv_device_set_packet_size(pDevice, wanted, slot.Out());
+        if (slot)
+            return features.Translate(slot.Get(), "packet size", ErrorType::InvalidParameter);
+    }
+    arv_gv_device_set_packet_size_adjustment(pDevice, ARV_GV_PACKET_SIZE_ADJUSTMENT_NEVER);
+    uiPacketSize = std::min(uiFound, static_cast<guint>(wanted));
+    return {};
+}
+
+} // namespace vireo

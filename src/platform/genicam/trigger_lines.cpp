@@ -1,0 +1,222 @@
+#include "platform/genicam/trigger_lines.h"
+
+namespace vireo {
+
+namespace {
+
+constexpr unsigned int kLargestSource = 7; ///< the records count sources 0 to 7; 7 is the software trigger
+constexpr unsigned int kSoftwareSource = 7;
+constexpr unsigned int kOneExposurePerEdge = 0;
+constexpr unsigned int kOverlapping = 14;
+
+std::string LineName(unsigned int uiLine) { return "Line" + std::to_string(uiLine); }
+
+bool HasLine(OpenDevice& device, unsigned int uiLine)
+{
+    return uiLine < kLines && device.features->HasChoice(Feature::LineSelector, LineName(uiLine));
+}
+
+Error SelectLine(OpenDevice& device, unsigned int uiLine)
+{
+    return device.features->SetChoice(Feature::LineSelector, LineName(uiLine));
+}
+
+Error SelectTrigger(OpenDevice& device)
+{
+    if (!device.features->Has(Feature::TriggerSelector))
+        return {};
+    return device.features->SetFirstChoice(
+        Feature::TriggerSelector, { "FrameStart", "ExposureStart", "AcquisitionStart" });
+}
+
+Error WriteTriggerDetails(OpenDevice& device, const TriggerMode& mode)
+{
+    Features& features = *device.features;
+    const Error source = mode.source == kSoftwareSource
+        ? features.SetChoice(Feature::TriggerSource, "Software")
+        : features.SetFirstChoice(
+            Feature::TriggerSource, { LineName(mode.source), "Input" + std::to_string(mode.source) });
+    if (!source.IsOk())
+        return source;
+    if (features.Has(Feature::TriggerActivation))
+        if (Error error =
+                features.SetChoice(Feature::TriggerActivation, mode.polarity == 0 ? "FallingEdge" : "RisingEdge");
+            !error.IsOk())
+            return error;
+    if (!features.Has(Feature::TriggerOverlap))
+        return {};
+    return mode.mode == kOverlapping
+        ? features.SetFirstChoice(Feature::TriggerOverlap, { "ReadOut", "PreviousFrame", "On" })
+        : features.SetFirstChoice(Feature::TriggerOverlap, { "Off" });
+}
+
+/// A line shows the exposure when its source can be that.
+bool LineHasStrobe(OpenDevice& device, unsigned int uiLine)
+{
+    if (!HasLine(device, uiLine) || !SelectLine(device, uiLine).IsOk())
+        return false;
+    return device.features->HasChoice(Feature::LineSource, "ExposureActive")
+        || device.features->HasChoice(Feature::LineSource, "Strobe");
+}
+
+Error SwitchStrobe(Features& features, bool bOn)
+{
+    if (features.Has(Feature::StrobeEnable))
+        if (Error error = features.SetSwitch(Feature::StrobeEnable, bOn); !error.IsOk())
+            return error;
+    return bOn ? features.SetFirstChoice(Feature::LineSource, { "ExposureActive", "Strobe" })
+               : features.SetFirstChoice(Feature::LineSource,
+                   { "Off", "UserOutput", "UserOutput0", "UserOutput1", "UserOutput2", "UserOutput3" });
+}
+
+/// Lets an output that shows nothing else show the level that is set for it.
+Error ShowUserOutput(OpenDevice& device, unsigned int uiLine)
+{
+    Features& features = *device.features;
+    bool bOutput = false;
+    if (Error error = GetLineDirection(device, uiLine, bOutput); !error.IsOk() || !bOutput)
+        return error;
+    if (!features.Has(Feature::LineSource) || device.remembered.strobe[uiLine].onOff)
+        return {};
+    for (const std::string& strSource : { "UserOutput" + std::to_string(uiLine), std::string("UserOutput") })
+        if (features.HasChoice(Feature::LineSource, strSource))
+            return features.SetChoice(Feature::LineSource, strSource);
+    return {};
+}
+
+} // namespace
+
+Error ReadTrigger(OpenDevice& device, TriggerMode& mode)
+{
+    TriggerMode read = device.remembered.trigger;
+    read.onOff = false;
+    Features& features = *device.features;
+    if (features.Has(Feature::TriggerMode)) {
+        if (Error error = SelectTrigger(device); !error.IsOk())
+            return error;
+        if (Error error = features.GetSwitch(Feature::TriggerMode, read.onOff); !error.IsOk())
+            return error;
+    }
+    mode = read;
+    return {};
+}
+
+Error WriteTrigger(OpenDevice& device, const TriggerMode& mode)
+{
+    Features& features = *device.features;
+    if (mode.source > kLargestSource || (mode.mode != kOneExposurePerEdge && mode.mode != kOverlapping))
+        return features.Fail(ErrorType::NotSupported, "no such trigger mode or source");
+    if (!features.Has(Feature::TriggerMode)) {
+        if (mode.onOff)
+            return features.Missing(Feature::TriggerMode);
+        device.remembered.trigger = mode;
+        return {};
+    }
+    if (Error error = SelectTrigger(device); !error.IsOk())
+        return error;
+    // Source and edge before the switch: a camera must not wait for an edge on the wrong line.
+    if (mode.onOff)
+        if (Error error = WriteTriggerDetails(device, mode); !error.IsOk())
+            return error;
+    if (Error error = features.SetSwitch(Feature::TriggerMode, mode.onOff); !error.IsOk())
+        return error;
+    device.remembered.trigger = mode;
+    return {};
+}
+
+Error ReadStrobeInfo(OpenDevice& device, StrobeInfo& info)
+{
+    info.present = LineHasStrobe(device, info.source);
+    info.onOffSupported = info.present;
+    return {};
+}
+
+Error ReadStrobe(OpenDevice& device, StrobeControl& control)
+{
+    const unsigned int uiLine = control.source;
+    if (!LineHasStrobe(device, uiLine))
+        return device.features->Fail(ErrorType::NotSupported, "no strobe on " + LineName(uiLine));
+    control = device.remembered.strobe[uiLine];
+    control.source = uiLine;
+    return {};
+}
+
+Error WriteStrobe(OpenDevice& device, const StrobeControl& control)
+{
+    Features& features = *device.features;
+    if (!LineHasStrobe(device, control.source)) // selects the line
+        return features.Fail(ErrorType::NotSupported, "no strobe on " + LineName(control.source));
+    if (control.onOff) {
+        if (Error error = SetLineDirection(device, control.source, true); !error.IsOk())
+            return error;
+        // The exposure is high on the line; polarity 0 asks for low.
+        if (features.Has(Feature::LineInverter))
+            if (Error error = features.SetSwitch(Feature::LineInverter, control.polarity == 0); !error.IsOk())
+                return error;
+        if (features.Has(Feature::StrobeDelay))
+            if (Error error = features.SetFloat(Feature::StrobeDelay, static_cast<double>(control.delay) * 1000.0);
+                !error.IsOk())
+                return error;
+        if (features.Has(Feature::StrobeDuration))
+            if (Error error =
+                    features.SetFloat(Feature::StrobeDuration, static_cast<double>(control.duration) * 1000.0);
+                !error.IsOk())
+                return error;
+    }
+    if (Error error = SwitchStrobe(features, control.onOff); !error.IsOk())
+        return error;
+    device.remembered.strobe[control.source] = control;
+    return {};
+}
+
+Error GetLineDirection(OpenDevice& device, unsigned int uiLine, bool& bOutput)
+{
+    if (!HasLine(device, uiLine) || !device.features->Has(Feature::LineMode))
+        return {};
+    if (Error error = SelectLine(device, uiLine); !error.IsOk())
+        return error;
+    std::string strMode;
+    if (Error error = device.features->GetChoice(Feature::LineMode, strMode); !error.IsOk())
+        return error;
+    bOutput = strMode != "Input";
+    return {};
+}
+
+Error SetLineDirection(OpenDevice& device, unsigned int uiLine, bool bOutput)
+{
+    if (!HasLine(device, uiLine) || !device.features->Has(Feature::LineMode))
+        return {};
+    if (Error error = SelectLine(device, uiLine); !error.IsOk())
+        return error;
+    // A line that is wired to be an input or an output only keeps what it is.
+    if (bOutput && device.features->HasChoice(Feature::LineMode, "Output"))
+        return device.features->SetChoice(Feature::LineMode, "Output");
+    if (!bOutput && device.features->HasChoice(Feature::LineMode, "Input"))
+        return device.features->SetChoice(Feature::LineMode, "Input");
+    return {};
+}
+
+Error GetLineLevel(OpenDevice& device, unsigned int uiLine, bool& bHigh)
+{
+    bHigh = false;
+    if (!HasLine(device, uiLine) || !device.features->Has(Feature::LineStatus))
+        return {};
+    if (Error error = SelectLine(device, uiLine); !error.IsOk())
+        return error;
+    return device.features->GetSwitch(Feature::LineStatus, bHigh);
+}
+
+Error SetOutputLevel(OpenDevice& device, unsigned int uiLine, bool bHigh)
+{
+    Features& features = *device.features;
+    const std::string strOutput = "UserOutput" + std::to_string(uiLine);
+    if (!features.Has(Feature::UserOutputValue) || !features.HasChoice(Feature::UserOutputSelector, strOutput))
+        return {};
+    if (Error error = features.SetChoice(Feature::UserOutputSelector, strOutput); !error.IsOk())
+        return error;
+    if (Error error = features.SetSwitch(Feature::UserOutputValue, bHigh); !error.IsOk())
+        return error;
+    return ShowUserOutput(device, uiLine);
+}
+
+} // namespace vireo

@@ -1,0 +1,76 @@
+#include "peers/network_test.h"
+
+#include "peers/own_network.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <unistd.h>
+#include <vector>
+
+namespace vireo::peers {
+
+namespace {
+
+std::string g_strRefusal;
+
+} // namespace
+
+const std::string& NetworkRefusal() { return g_strRefusal; }
+
+void PlugUsb(unsigned int uiCamera, bool bIn)
+{
+    const auto pPlug = reinterpret_cast<void (*)(unsigned int, int)>(dlsym(RTLD_DEFAULT, "TesselUsbPlug"));
+    ASSERT_NE(pPlug, nullptr);
+    pPlug(uiCamera, bIn ? 1 : 0);
+}
+
+void TearUsb(unsigned int uiCamera, int iFrames)
+{
+    const auto pTear = reinterpret_cast<void (*)(unsigned int, int)>(dlsym(RTLD_DEFAULT, "TesselUsbTear"));
+    ASSERT_NE(pTear, nullptr);
+    pTear(uiCamera, iFrames);
+}
+
+void NetworkTest::SetUp()
+{
+    if (g_strRefusal.empty())
+        return;
+    if (std::getenv("TESSEL_TESTS_MUST_RUN") != nullptr)
+        FAIL() << g_strRefusal;
+    GTEST_SKIP() << g_strRefusal;
+}
+
+} // namespace vireo::peers
+
+namespace {
+
+/// Starts this program over with software in the place of libusb, so that no real cable is touched.
+void PreloadUsbStandin(char** argv)
+{
+    constexpr const char* kPreload = "LD_PRELOAD";
+    const char* strNow = std::getenv(kPreload);
+    if (strNow != nullptr && std::strstr(strNow, TESSEL_USB_STANDIN) != nullptr)
+        return;
+    const std::string strAll = strNow != nullptr ? std::string(TESSEL_USB_STANDIN ":") + strNow : TESSEL_USB_STANDIN;
+    setenv(kPreload, strAll.c_str(), 1);
+    setenv("TESSEL_USB_CAMERAS", vireo::peers::kUsbCameras, 0);
+    // The sanitizer's own library then stands second, which it would not like.
+    const char* strOptions = std::getenv("ASAN_OPTIONS");
+    setenv("ASAN_OPTIONS", (std::string(strOptions != nullptr ? strOptions : "") + ":verify_asan_link_order=0").c_str(),
+        1);
+    execv("/proc/self/exe", argv);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const std::vector<char*> arguments(argv, argv + argc + 1); // gtest takes its own out
+    testing::InitGoogleTest(&argc, argv);
+    if (!GTEST_FLAG_GET(list_tests)) {
+        PreloadUsbStandin(const_cast<char**>(arguments.data()));
+        vireo::peers::g_strRefusal = vireo::peers::EnterOwnNetwork();
+    }
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,30 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vireo::peers {
+
+/// Exposure numbers since the camera's start, from 0.
+struct Numbers {
+    std::uint64_t uiFirst = 0;
+    std::uint64_t uiCount = 1;
+};
+
+/// What goes wrong with one camera of the host.
+struct PeerFaults {
+    std::vector<Numbers> lose; ///< one packet is lost; asked for again, it comes
+    std::vector<Numbers> torn; ///< one packet is lost for good
+    std::vector<Numbers> drop; ///< the whole frame is lost
+    std::optional<std::uint64_t> hang; ///< sends nothing from this frame on
+    std::optional<std::uint64_t> quit; ///< the host ends as if killed before this frame
+};
+
+bool Contains(const std::vector<Numbers>& list, std::uint64_t uiNumber);
+
+/// Reads `lose|torn|drop:CAMERA@N[xCOUNT]` or `hang|quit:CAMERA@N`. False for anything else.
+bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults);
+
+} // namespace vireo::peers

@@ -1,0 +1,144 @@
+#pragma once
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vireo::peers {
+
+constexpr std::int64_t kNsPerSecond = 1'000'000'000;
+constexpr std::size_t kLines = 4;
+
+/// Which names the camera gives to what it can do; makers differ.
+enum class Dialect {
+    Modern, ///< AcquisitionFrameRate + Enable, ExposureTime, Gain, BalanceRatio, VideoMode, lines
+    Older, ///< AcquisitionFrameRateAbs, ExposureTimeAbs, GainRaw, binning instead of modes, no lines
+    Bare, ///< image size and start/stop only
+};
+
+/// Feature registers, relative to the block's base. One word each, most significant byte first.
+namespace feature {
+enum Offset : std::uint32_t {
+    Width = 0x000,
+    Height = 0x004,
+    OffsetX = 0x008,
+    OffsetY = 0x00C,
+    PixelFormat = 0x010,
+    BinningHorizontal = 0x014,
+    BinningVertical = 0x018,
+    VideoMode = 0x01C,
+    PayloadSize = 0x020,
+    WidthMax = 0x024,
+    HeightMax = 0x028,
+    SensorWidth = 0x02C,
+    SensorHeight = 0x030,
+    AcquisitionMode = 0x100,
+    AcquisitionStart = 0x104,
+    AcquisitionStop = 0x108,
+    FrameRateEnable = 0x10C,
+    FrameRate = 0x110, ///< float, fps
+    FrameRateMax = 0x114, ///< float, fps
+    ExposureAuto = 0x118,
+    ExposureTime = 0x11C, ///< float, us
+    TriggerMode = 0x140,
+    TriggerSource = 0x144,
+    TriggerActivation = 0x148, ///< 0 rising, 1 falling
+    TriggerOverlap = 0x14C,
+    TriggerSoftware = 0x150,
+    TriggerSelector = 0x154,
+    Gain = 0x180, ///< float, dB
+    GainAuto = 0x184,
+    GainRaw = 0x188, ///< tenths of a dB
+    BalanceRatioSelector = 0x18C,
+    BalanceRatio = 0x190, ///< two floats: red, blue
+    BalanceWhiteAuto = 0x198,
+    LineSelector = 0x200,
+    UserOutputSelector = 0x204,
+    LineMode = 0x210, ///< per line: 0 input, 1 output
+    LineInverter = 0x220,
+    LineSource = 0x230, ///< per line: see LineSourceValue
+    LineStatusAll = 0x240,
+    UserOutputValue = 0x250,
+    LineStatus = 0x260,
+    StrobeDelay = 0x270, ///< float, us
+    StrobeDuration = 0x280, ///< float, us
+    TLParamsLocked = 0x300,
+    End = 0x400,
+};
+}
+enum LineSourceValue : std::uint32_t { LineOff = 0, LineExposureActive = 1, LineUserOutput = 2 };
+
+constexpr std::uint32_t kMono8 = 0x01080001;
+constexpr std::uint32_t kBayerRG8 = 0x01080009;
+/// What Line0 is called where a trigger source is chosen; 0 is the software trigger.
+constexpr std::uint32_t kTriggerLine0 = 1;
+
+enum class Access { Done, BadAddress, WriteProtected, BadValue };
+
+struct SoftCameraSetup {
+    std::string strModel = "GS3-PGE-23S6M";
+    std::uint32_t uiSerial = 15000001;
+    Dialect eDialect = Dialect::Modern;
+};
+
+/// The inside of a software camera, whatever the cable: its feature registers and what follows from
+/// them. Not locked: the owner serialises.
+class SoftCamera {
+public:
+    explicit SoftCamera(const SoftCameraSetup& setup);
+
+    const SoftCameraSetup& Setup() const { return m_setup; }
+    bool IsColour() const { return m_setup.strModel.ends_with('C'); }
+
+    Access Read(std::uint32_t uiOffset, std::uint32_t& uiValue) const;
+    Access Write(std::uint32_t uiOffset, std::uint32_t uiValue);
+
+    std::uint32_t Word(std::uint32_t uiOffset) const { return m_words[uiOffset / 4]; }
+    float Float(std::uint32_t uiOffset) const;
+    std::uint32_t Width() const { return Word(feature::Width); }
+    std::uint32_t Height() const { return Word(feature::Height); }
+    std::uint32_t FrameBytes() const { return Width() * Height(); }
+
+    bool Acquiring() const { return m_bAcquiring; }
+    /// Ends the acquisition as a lost controller does.
+    void StopAcquisition() { m_bAcquiring = false; }
+    /// Grows by one with each start, so that a schedule can tell a new run.
+    std::uint64_t Runs() const { return m_uiRuns; }
+    /// True once after each software trigger.
+    bool TakeSoftwareTrigger();
+
+    /// The shortest time between two exposures, ns.
+    std::int64_t MinPeriodNs() const;
+    /// The time between two exposures when it runs free, ns.
+    std::int64_t PeriodNs() const;
+    std::int64_t ExposureNs() const;
+    bool TriggerOn() const { return Word(feature::TriggerMode) != 0; }
+    /// Line of the trigger input; -1 for the software trigger.
+    int TriggerLine() const { return static_cast<int>(Word(feature::TriggerSource)) - static_cast<int>(kTriggerLine0); }
+    bool TriggerOnRisingEdge() const { return Word(feature::TriggerActivation) == 0; }
+    bool LineIsOutput(std::size_t uiLine) const { return Word(Of(feature::LineMode, uiLine)) == 1; }
+    /// The line shows the exposure.
+    bool StrobeOn(std::size_t uiLine) const;
+    bool LineInverted(std::size_t uiLine) const { return Word(Of(feature::LineInverter, uiLine)) != 0; }
+    /// What the wires put on the inputs, line 0 in bit 0; shown by LineStatus.
+    void SetInputLevels(std::uint32_t uiLevels);
+
+private:
+    static constexpr std::uint32_t Of(std::uint32_t uiFirst, std::size_t uiLine)
+    {
+        return uiFirst + static_cast<std::uint32_t>(4 * uiLine);
+    }
+    std::uint32_t& At(std::uint32_t uiOffset) { return m_words[uiOffset / 4]; }
+    void SetFloat(std::uint32_t uiOffset, float fValue);
+    void Update();
+    Access Check(std::uint32_t uiOffset, std::uint32_t uiValue) const;
+
+    SoftCameraSetup m_setup;
+    std::array<std::uint32_t, feature::End / 4> m_words {};
+    std::uint32_t m_uiInputs = 0;
+    bool m_bAcquiring = false;
+    bool m_bSoftwareTrigger = false;
+    std::uint64_t m_uiRuns = 0;
+};
+
+} // namespace vireo::peers

@@ -1,0 +1,85 @@
+#pragma once
+#include "peers/network_test.h"
+#include "peers/peer_process.h"
+#include "platform/genicam/genicam_library.h"
+#include "platform/time/real_clock.h"
+#include "support/recorded_log.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vireo {
+
+/// Software GigE cameras in a process of their own, and the library that finds them.
+class GigeTest : public peers::NetworkTest {
+protected:
+    void StartPeer(const std::vector<std::string>& arguments)
+    {
+        m_peer = std::make_unique<peers::PeerProcess>(arguments);
+        ASSERT_TRUE(m_peer->Ready());
+    }
+    void MakeLibrary(const GenicamSetup& setup = {}) { m_library = MakeGenicamLibrary(m_clock, m_log, setup); }
+
+    PGRGuid GuidOf(unsigned int uiSerial)
+    {
+        PGRGuid guid;
+        EXPECT_TRUE(m_library->GetBusManager().GetCameraFromSerialNumber(uiSerial, guid).IsOk());
+        return guid;
+    }
+    /// Looks who is there and opens one camera.
+    std::unique_ptr<GigECamera> Open(unsigned int uiSerial)
+    {
+        unsigned int uiCount = 0;
+        EXPECT_TRUE(m_library->GetBusManager().GetNumOfCameras(uiCount).IsOk());
+        const PGRGuid guid = GuidOf(uiSerial);
+        auto camera = m_library->CreateGigECamera(guid);
+        if (!camera)
+            return nullptr;
+        const Error error = camera->Connect(guid);
+        EXPECT_TRUE(error.IsOk()) << error.GetDescription();
+        return camera;
+    }
+    /// Sets size, rate and shutter, switches the header on and sets a grab time-out.
+    static void Configure(
+        GigECamera& camera, std::uint32_t uiWidth, std::uint32_t uiHeight, float fFps, int iTimeoutMs = 2000)
+    {
+        FC2Config config;
+        ASSERT_TRUE(camera.GetConfiguration(config).IsOk());
+        config.grabMode = GrabMode::BufferFrames;
+        config.grabTimeout = iTimeoutMs;
+        ASSERT_TRUE(camera.SetConfiguration(config).IsOk());
+        ASSERT_TRUE(camera.WriteRegister(0x12F8, 0x80000101).IsOk());
+        SetAbsolute(camera, PropertyType::FrameRate, fFps);
+        std::uint32_t uiPacket = 9000;
+        Check(camera.DiscoverGigEPacketSize(uiPacket));
+        GigEConfig gige;
+        ASSERT_TRUE(camera.GetGigEConfig(gige).IsOk());
+        gige.enablePacketResend = true;
+        ASSERT_TRUE(camera.SetGigEConfig(gige).IsOk());
+        Check(camera.SetGigEImageSettings({ 0, 0, uiWidth, uiHeight, PixelFormat::Raw8 }));
+        SetAbsolute(camera, PropertyType::Shutter, 1.0F);
+    }
+    static void Check(const Error& error)
+    {
+        ASSERT_TRUE(error.IsOk()) << error.GetTypeNumber() << " " << error.GetDescription();
+    }
+    static void SetAbsolute(CameraBase& camera, PropertyType eType, float fValue)
+    {
+        Property property;
+        property.type = eType;
+        Check(camera.GetProperty(property));
+        property.absControl = true;
+        property.onOff = true;
+        property.autoManualMode = false;
+        property.absValue = fValue;
+        Check(camera.SetProperty(property));
+    }
+
+    RealClock m_clock;
+    test::RecordedLog m_log;
+    std::unique_ptr<peers::PeerProcess> m_peer;
+    std::unique_ptr<CameraLibrary> m_library;
+};
+
+} // namespace vireo
