@@ -1,0 +1,211 @@
+#include "platform/iidc/iidc_library.h"
+
+#include "platform/iidc/iidc_camera.h"
+
+#include <algorithm>
+
+namespace vireo {
+
+namespace {
+
+constexpr std::uint32_t kGuidTag = 0x49494443; // "IIDC"
+
+PGRGuid MakeGuid(const CameraInfo& info, const dc1394camera_id_t& id)
+{
+    return { { kGuidTag, info.serialNumber, static_cast<std::uint32_t>(id.guid >> 32) ^ id.unit,
+        static_cast<std::uint32_t>(id.guid) } };
+}
+
+/// What the driver has to say goes where everything goes.
+void WriteDriverLine(dc1394log_t, const char* strText, void* pLog) { static_cast<Log*>(pLog)->Write(strText); }
+
+class IidcLibrary final : public CameraLibrary, public BusManager {
+public:
+    IidcLibrary(Clock& clock, Log& log)
+        : m_clock(clock)
+        , m_log(log)
+    {
+        for (const dc1394log_t eKind : { DC1394_LOG_ERROR, DC1394_LOG_WARNING })
+            dc1394_log_register_handler(eKind, WriteDriverLine, &m_log);
+    }
+    ~IidcLibrary() override
+    {
+        for (const dc1394log_t eKind : { DC1394_LOG_ERROR, DC1394_LOG_WARNING })
+            dc1394_log_set_default_handler(eKind);
+    }
+
+    BusManager& GetBusManager() override { return *this; }
+    std::vector<CameraInfo> ListCameras() override;
+    std::unique_ptr<Camera> CreateCamera(const PGRGuid& guid) override;
+    std::unique_ptr<GigECamera> CreateGigECamera(const PGRGuid&) override { return nullptr; }
+    Error StartSyncCapture(std::span<CameraBase* const> cameras) override;
+
+    Error GetNumOfCameras(unsigned int& uiCount) override;
+    Error GetCameraSerialNumberFromIndex(unsigned int uiIndex, unsigned int& uiSerialNumber) override;
+    Error GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRGuid& guid) override;
+    Error GetInterfaceTypeFromGuid(const PGRGuid& guid, InterfaceType& eInterface) override;
+
+private:
+    void Refresh();
+    const IidcRecord* Find(const PGRGuid& guid) const;
+    bool Identify(const dc1394camera_id_t& id, IidcRecord& record);
+    Error Open(const PGRGuid& guid, Dc1394Camera& camera, IidcRecord& record) const;
+
+    Clock& m_clock;
+    Log& m_log;
+    Dc1394Context m_context;
+    std::vector<IidcRecord> m_cameras;
+    bool m_bListed = false;
+};
+
+/// Who a camera is can only be asked of the camera itself. One that is open already is not opened again:
+/// what was read of it before still holds.
+bool IidcLibrary::Identify(const dc1394camera_id_t& id, IidcRecord& record)
+{
+    const auto known = std::find_if(m_cameras.begin(), m_cameras.end(),
+        [&](const IidcRecord& camera) { return camera.uiDc1394Guid == id.guid && camera.uiUnit == id.unit; });
+    if (known != m_cameras.end()) {
+        record = *known;
+        return true;
+    }
+    Dc1394Camera camera(dc1394_camera_new_unit(m_context.get(), id.guid, id.unit));
+    if (!camera)
+        return false;
+    IidcDevice device(std::move(camera), "camera");
+    record.uiDc1394Guid = id.guid;
+    record.uiUnit = id.unit;
+    record.info = ReadIidcInfo(device, id.guid);
+    record.guid = MakeGuid(record.info, id);
+    return true;
+}
+
+void IidcLibrary::Refresh()
+{
+    m_bListed = true;
+    if (!m_context)
+        m_context.reset(dc1394_new());
+    dc1394camera_list_t* pList = nullptr;
+    if (!m_context || dc1394_camera_enumerate(m_context.get(), &pList) != DC1394_SUCCESS) {
+        m_cameras.clear(); // no such bus here
+        return;
+    }
+    const Dc1394List list(pList);
+    std::vector<IidcRecord> found;
+    for (std::uint32_t i = 0; i < list->num; i++) {
+        IidcRecord record;
+        if (Identify(list->ids[i], record))
+            found.push_back(std::move(record));
+        else
+            m_log.Write("an IIDC camera cannot be opened; another program may hold it");
+    }
+    m_cameras = std::move(found);
+}
+
+const IidcRecord* IidcLibrary::Find(const PGRGuid& guid) const
+{
+    const auto found =
+        std::find_if(m_cameras.begin(), m_cameras.end(), [&](const IidcRecord& camera) { return camera.guid == guid; });
+    return found != m_cameras.end() ? &*found : nullptr;
+}
+
+std::vector<CameraInfo> IidcLibrary::ListCameras()
+{
+    if (!m_bListed)
+        Refresh();
+    std::vector<CameraInfo> cameras;
+    for (const IidcRecord& camera : m_cameras)
+        cameras.push_back(camera.info);
+    return cameras;
+}
+
+Error IidcLibrary::GetNumOfCameras(unsigned int& uiCount)
+{
+    Refresh();
+    uiCount = static_cast<unsigned int>(m_cameras.size());
+    return {};
+}
+
+Error IidcLibrary::GetCameraSerialNumberFromIndex(unsigned int uiIndex, unsigned int& uiSerialNumber)
+{
+    if (uiIndex >= m_cameras.size())
+        return ErrorType::NotFound;
+    uiSerialNumber = m_cameras[uiIndex].info.serialNumber;
+    return {};
+}
+
+Error IidcLibrary::GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRGuid& guid)
+{
+    const IidcRecord* pFound = nullptr;
+    for (const IidcRecord& camera : m_cameras) {
+        if (camera.info.serialNumber != uiSerialNumber)
+            continue;
+        if (pFound != nullptr)
+            return { ErrorType::InvalidParameter,
+                "two cameras have the serial number " + std::to_string(uiSerialNumber) };
+        pFound = &camera;
+    }
+    if (pFound == nullptr)
+        return { ErrorType::NotFound, "no camera " + std::to_string(uiSerialNumber) };
+    guid = pFound->guid;
+    return {};
+}
+
+Error IidcLibrary::GetInterfaceTypeFromGuid(const PGRGuid& guid, InterfaceType& eInterface)
+{
+    const IidcRecord* pCamera = Find(guid);
+    if (pCamera == nullptr)
+        return ErrorType::NotFound;
+    eInterface = pCamera->info.interfaceType;
+    return {};
+}
+
+Error IidcLibrary::Open(const PGRGuid& guid, Dc1394Camera& camera, IidcRecord& record) const
+{
+    const IidcRecord* pKnown = Find(guid);
+    if (pKnown == nullptr)
+        return ErrorType::NotFound;
+    record = *pKnown;
+    camera.reset(dc1394_camera_new_unit(m_context.get(), record.uiDc1394Guid, record.uiUnit));
+    if (camera)
+        return {};
+    return { ErrorType::NotFound, "camera " + std::to_string(record.info.serialNumber) + " cannot be opened" };
+}
+
+std::unique_ptr<Camera> IidcLibrary::CreateCamera(const PGRGuid& guid)
+{
+    if (Find(guid) == nullptr)
+        return nullptr;
+    return std::make_unique<IidcCamera>(
+        m_clock, [this](const PGRGuid& wanted, Dc1394Camera& camera, IidcRecord& record) {
+            return Open(wanted, camera, record);
+        });
+}
+
+/// Every ring is ready before the first camera begins to send.
+Error IidcLibrary::StartSyncCapture(std::span<CameraBase* const> cameras)
+{
+    std::vector<IidcCamera*> prepared;
+    Error error;
+    for (CameraBase* pCamera : cameras) {
+        auto* pOwn = dynamic_cast<IidcCamera*>(pCamera);
+        error = pOwn != nullptr ? pOwn->PrepareCapture() : Error(ErrorType::InvalidParameter);
+        if (!error.IsOk())
+            break;
+        prepared.push_back(pOwn);
+    }
+    for (std::size_t i = 0; i < prepared.size() && error.IsOk(); i++)
+        error = prepared[i]->BeginCapture();
+    if (!error.IsOk())
+        for (IidcCamera* pCamera : prepared)
+            (void)pCamera->StopCapture();
+    return error;
+}
+
+} // namespace
+
+std::unique_ptr<CameraLibrary> MakeIidcLibrary(Clock& clock, Log& log)
+{
+    return std::make_unique<IidcLibrary>(clock, log);
+}
+
+} // namespace vireo
