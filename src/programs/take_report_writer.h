@@ -1,0 +1,19 @@
+#pragma once
+#include "capture/take_report.h"
+
+#include <string>
+
+namespace vireo {
+
+/// The take report as one JSON object, indented, with a line end. Texts that are no UTF-8 are repaired.
+std::string TakeReportJson(const TakeReport& report);
+/// The same with `error`, for a recording or save that failed.
+std::string TakeReportJson(const TakeReport& report, const std::string& strError);
+
+/// "USB3", "GigE", "IEEE1394", "USB2" or "unknown".
+const char* InterfaceText(InterfaceType eInterface);
+
+/// One line for one camera's files: name, frames, rate, verdict.
+std::string CameraLine(const TakeReport& report, std::size_t uiCamera);
+
+} // namespace vireo

@@ -1,0 +1,156 @@
+#include "platform/headless/headless_window.h"
+#include "platform/imaging/mjpeg_video.h"
+#include "platform/imaging/pixel_converter.h"
+#include "platform/linux/code_page_932.h"
+#include "platform/linux/linux_paths.h"
+#include "platform/linux/memory.h"
+#include "platform/linux/socket_partner_link.h"
+#include "platform/linux/stderr_log.h"
+#include "platform/time/real_clock.h"
+#include "programs/camera_sources.h"
+#include "programs/recorder.h"
+#include "programs/scratch_settings.h"
+#include "programs/take_report_writer.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <unistd.h>
+
+namespace {
+
+using namespace vireo;
+
+volatile std::sig_atomic_t g_iStopSignals = 0;
+
+// The first signal ends the recording and saves it; a second one ends the program where it stands.
+extern "C" void OnStopSignal(int)
+{
+    if (g_iStopSignals != 0)
+        _exit(130);
+    g_iStopSignals = 1;
+}
+
+void CatchSignals()
+{
+    struct sigaction action { };
+    action.sa_handler = OnStopSignal;
+    sigemptyset(&action.sa_mask);
+    for (const int iSignal : { SIGINT, SIGTERM, SIGHUP })
+        sigaction(iSignal, &action, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+const char* Environment(const char* pName)
+{
+    const char* pValue = std::getenv(pName); // NOLINT(concurrency-mt-unsafe): nothing sets the environment
+    return pValue != nullptr ? pValue : "";
+}
+
+/// The line on the terminal that tells how far the recording is; gone before other output.
+class ProgressLine {
+public:
+    explicit ProgressLine(bool bShow)
+        : m_bShow(bShow && isatty(STDERR_FILENO) == 1)
+    {
+    }
+    ~ProgressLine() { Clear(); }
+    void Show(const std::string& strText)
+    {
+        if (!m_bShow || strText == m_strShown)
+            return;
+        std::fprintf(stderr, "\r\033[K%s", strText.c_str());
+        m_strShown = strText;
+    }
+    void Clear()
+    {
+        if (!m_strShown.empty())
+            std::fputs("\r\033[K", stderr);
+        m_strShown.clear();
+    }
+
+private:
+    const bool m_bShow;
+    std::string m_strShown;
+};
+
+bool WriteReport(const std::string& strTarget, const std::string& strJson)
+{
+    if (strTarget.empty())
+        return true;
+    if (strTarget == "-")
+        return std::fwrite(strJson.data(), 1, strJson.size(), stdout) == strJson.size() && std::fflush(stdout) == 0;
+    std::ofstream file(strTarget, std::ios::binary | std::ios::trunc);
+    file << strJson;
+    file.close();
+    return file.good();
+}
+
+int Record(const RecordOptions& options)
+{
+    RealClock clock;
+    StderrLog log;
+    std::string strError;
+    const std::string strSources = options.strCameras.value_or(Environment("TESSEL_CAMERAS"));
+    const std::unique_ptr<CameraLibrary> cameras =
+        OpenCameraSources(strSources, Environment("TESSEL_SIM_FAULTS"), clock, log, strError);
+    const std::optional<MemoryOptions> memoryOptions = cameras ? MemoryOptionsFromEnvironment(strError) : std::nullopt;
+    if (!memoryOptions) {
+        std::fprintf(stderr, "tessel-record: %s\n", strError.c_str());
+        return record_status::kUsage;
+    }
+    LinuxMemory memory(clock, *memoryOptions);
+    const LinuxPaths paths;
+    const CodePage932 encoding;
+    const std::unique_ptr<PixelConverter> converter = MakePixelConverter();
+    const std::unique_ptr<VideoWriters> video = MakeVideoWriters();
+    SocketPartnerLink partner(log);
+    ProgressLine progress(!options.bQuiet);
+    HeadlessWindow window(clock, [&progress](const std::string& strLine) {
+        progress.Clear();
+        std::fprintf(stderr, "%s\n", strLine.c_str());
+    });
+    Platform platform { clock, log, *cameras, window, memory, *converter, *video, partner, paths, encoding };
+
+    const ScratchSettings settings(paths, options.iPreset.has_value());
+    if (!settings.Error().empty()) {
+        std::fprintf(stderr, "tessel-record: %s\n", settings.Error().c_str());
+        return record_status::kFailed;
+    }
+    CVireoApp app(platform);
+    app.SetIniFolder(settings.Folder());
+
+    Recorder recorder(
+        app, window, options, [] { return static_cast<int>(g_iStopSignals); },
+        [&progress](const std::string& strText) { progress.Show(strText); });
+    const RecordOutcome outcome = recorder.Run();
+    progress.Clear();
+
+    if (!outcome.strError.empty())
+        std::fprintf(stderr, "tessel-record: %s\n", outcome.strError.c_str());
+    // Lines for people keep off a stdout that carries the report.
+    std::FILE* const pLines = options.strJson == "-" ? stderr : stdout;
+    for (std::size_t c = 0; outcome.bRecorded && c < outcome.report.cameras.size(); ++c)
+        std::fprintf(pLines, "%s\n", CameraLine(outcome.report, c).c_str());
+    const std::string strJson =
+        outcome.strError.empty() ? TakeReportJson(outcome.report) : TakeReportJson(outcome.report, outcome.strError);
+    if (!WriteReport(options.strJson, strJson)) {
+        std::fprintf(stderr, "tessel-record: the report cannot be written: %s\n", options.strJson.c_str());
+        return outcome.iStatus == record_status::kSaved ? record_status::kFailed : outcome.iStatus;
+    }
+    return outcome.iStatus;
+}
+
+} // namespace
+
+int main(int iCount, char** ppArguments)
+{
+    const ParsedOptions parsed = ParseRecordOptions(iCount, ppArguments);
+    if (!parsed.bRun) {
+        std::fputs(parsed.strText.c_str(), parsed.iStatus == 0 ? stdout : stderr);
+        return parsed.iStatus;
+    }
+    CatchSignals();
+    return Record(parsed.options);
+}

@@ -1,0 +1,95 @@
+#include "programs/take_report_writer.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using namespace vireo;
+
+namespace {
+
+TakeReport MakeReport()
+{
+    TakeReport report;
+    report.iFpsRequested = 400;
+    report.dFpsMeasured = 399.98;
+    report.iFrames = 2000;
+    report.uiMissed = 3;
+    report.uiOutOfSync = 1;
+    report.dRecordSeconds = 5.0;
+    report.dSaveSeconds = 1.25;
+    report.uiStoreKiB = 620;
+    report.eVerdict = Verdict::FramesMissed;
+    report.strReason = "camera 2 misses 3 before frame 120";
+    CameraReport camera;
+    camera.iNumber = 2;
+    camera.uiSerial = 13000002;
+    camera.strModel = "FL3-U3-13Y3M";
+    camera.eInterface = InterfaceType::Usb3;
+    camera.files = { "take-cam2-0000.avi", "take-cam2-0001.avi" };
+    camera.iFrames = 2000;
+    camera.dFirstTimestamp = 9.125;
+    camera.gaps = { { 120, 3 } };
+    camera.iLostBefore = 1;
+    camera.dMaxIntervalUs = 10000.0;
+    camera.dMaxOffsetUs = 12.5;
+    camera.dClockPpm = -7.25;
+    camera.statistics = { 4, 5, 6 };
+    camera.uiColdSlots = 7;
+    report.cameras.push_back(camera);
+    return report;
+}
+
+} // namespace
+
+TEST(TakeReportWriter, EveryFieldIsThereUnderItsName)
+{
+    const auto json = nlohmann::json::parse(TakeReportJson(MakeReport()));
+    EXPECT_EQ(json.at("fps_requested"), 400);
+    EXPECT_EQ(json.at("fps_measured"), 399.98);
+    EXPECT_EQ(json.at("frames"), 2000);
+    EXPECT_EQ(json.at("missed"), 3);
+    EXPECT_EQ(json.at("out_of_sync"), 1);
+    EXPECT_EQ(json.at("record_seconds"), 5.0);
+    EXPECT_EQ(json.at("save_seconds"), 1.25);
+    EXPECT_EQ(json.at("store_kib"), 620);
+    EXPECT_EQ(json.at("verdict"), "frames missed");
+    EXPECT_FALSE(json.contains("error"));
+    const auto& camera = json.at("cameras").at(0);
+    EXPECT_EQ(camera.at("index"), 0);
+    EXPECT_EQ(camera.at("number"), 2);
+    EXPECT_EQ(camera.at("serial"), 13000002);
+    EXPECT_EQ(camera.at("model"), "FL3-U3-13Y3M");
+    EXPECT_EQ(camera.at("interface"), "USB3");
+    EXPECT_EQ(camera.at("files"), (std::vector<std::string> { "take-cam2-0000.avi", "take-cam2-0001.avi" }));
+    EXPECT_EQ(camera.at("frames"), 2000);
+    EXPECT_EQ(camera.at("first_timestamp"), 9.125);
+    EXPECT_EQ(camera.at("gaps"), nlohmann::json::parse("[[120, 3]]"));
+    EXPECT_EQ(camera.at("lost_before"), 1);
+    EXPECT_EQ(camera.at("max_interval_us"), 10000.0);
+    EXPECT_EQ(camera.at("max_offset_us"), 12.5);
+    EXPECT_EQ(camera.at("clock_ppm"), -7.25);
+    EXPECT_EQ(camera.at("incomplete"), 4);
+    EXPECT_EQ(camera.at("underruns"), 5);
+    EXPECT_EQ(camera.at("resends"), 6);
+    EXPECT_EQ(camera.at("cold_slots"), 7);
+}
+
+TEST(TakeReportWriter, AFailureIsToldInTheReport)
+{
+    const auto json = nlohmann::json::parse(TakeReportJson(MakeReport(), "ｶﾒﾗの接続に失敗しました。(12)"));
+    EXPECT_EQ(json.at("error"), "ｶﾒﾗの接続に失敗しました。(12)");
+}
+
+TEST(TakeReportWriter, BytesThatAreNoTextDoNotBreakIt)
+{
+    TakeReport report = MakeReport();
+    report.cameras[0].strModel = "bad\xFFname";
+    EXPECT_NO_THROW(nlohmann::json::parse(TakeReportJson(report)));
+}
+
+TEST(TakeReportWriter, ALinePerCameraNamesFilesFramesRateAndVerdict)
+{
+    EXPECT_EQ(CameraLine(MakeReport(), 0),
+        "take-cam2-0000.avi take-cam2-0001.avi: 2000 frames, 399.98 fps, frames missed (camera 2 misses 3 before frame "
+        "120)");
+}

@@ -1,0 +1,161 @@
+#include "support/bar_code.h"
+#include "support/run_tool.h"
+#include "support/temporary_folder.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+using namespace vireo;
+using namespace vireo::test;
+using nlohmann::json;
+
+// The program itself, in real time, with real files; a decoder that is not ours reads them back.
+
+namespace {
+
+ToolResult Record(std::vector<std::string> arguments, const std::string& strFaults = "")
+{
+    std::vector<std::string> command { "env", "TESSEL_CAMERAS=simulated", "TESSEL_SIM_FAULTS=" + strFaults,
+        TESSEL_RECORD_PROGRAM };
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return RunTool(command);
+}
+
+/// The bar codes of every frame, as ffmpeg decodes the file; only the strip that carries them.
+std::vector<std::uint32_t> DecodedBarCodes(const std::string& strFile)
+{
+    constexpr std::size_t kWidth = 512, kHeight = 16;
+    const ToolResult decoded = RunTool({ "ffmpeg", "-v", "error", "-i", strFile, "-vf", "crop=512:16:0:ih-16", "-f",
+        "rawvideo", "-pix_fmt", "gray", "-" });
+    EXPECT_EQ(decoded.iExit, 0);
+    EXPECT_EQ(decoded.strErr, "");
+    std::vector<std::uint32_t> codes;
+    for (std::size_t uiAt = 0; uiAt + kWidth * kHeight <= decoded.strOut.size(); uiAt += kWidth * kHeight) {
+        const auto* pStrip = reinterpret_cast<const std::uint8_t*>(decoded.strOut.data() + uiAt);
+        codes.push_back(ReadBarCode(pStrip, kWidth, kHeight, kWidth).value_or(0));
+    }
+    return codes;
+}
+
+std::string FramesByFfprobe(const std::string& strFile)
+{
+    return RunTool({ "ffprobe", "-v", "error", "-count_frames", "-select_streams", "v:0", "-show_entries",
+                       "stream=nb_read_frames,r_frame_rate", "-of", "csv=p=0", strFile })
+        .strOut;
+}
+
+} // namespace
+
+TEST(TesselRecord, FourFilesShowTheSameMomentInEveryFrame)
+{
+    const TemporaryFolder folder;
+    const ToolResult result =
+        Record({ "--fps", "400", "--size", "640x480", "--seconds", "2", "--json", "-", folder / "take" });
+    ASSERT_EQ(result.iExit, 0) << result.strErr;
+    const json report = json::parse(result.strOut);
+    EXPECT_EQ(report.at("verdict"), "in sync") << report.at("reason");
+    EXPECT_EQ(report.at("missed"), 0);
+    EXPECT_EQ(report.at("out_of_sync"), 0);
+    EXPECT_EQ(report.at("frames"), 800);
+    std::vector<std::uint32_t> first;
+    for (int c = 1; c <= 4; ++c) {
+        SCOPED_TRACE(testing::Message() << "camera " << c);
+        const std::string strFile = folder / ("take-cam" + std::to_string(c) + "-0000.avi");
+        EXPECT_EQ(FramesByFfprobe(strFile), "400/1,800\n");
+        const std::vector<std::uint32_t> codes = DecodedBarCodes(strFile);
+        ASSERT_EQ(codes.size(), 800U);
+        for (std::size_t i = 1; i < codes.size(); ++i)
+            ASSERT_EQ(codes[i] - codes[i - 1], 2500U) << "frame " << i;
+        if (c == 1)
+            first = codes;
+        EXPECT_EQ(codes, first);
+    }
+}
+
+TEST(TesselRecord, ALineForEveryFileGoesToTheOutput)
+{
+    const TemporaryFolder folder;
+    const ToolResult result = Record({ "--seconds", "1", folder / "take" });
+    EXPECT_EQ(result.iExit, 0) << result.strErr;
+    for (int c = 1; c <= 4; ++c)
+        EXPECT_NE(result.strOut.find("take-cam" + std::to_string(c) + "-0000.avi: 30 frames, 30.00 fps, in sync\n"),
+            std::string::npos)
+            << result.strOut;
+}
+
+TEST(TesselRecord, ALossIsStatusThreeWhenAskedToBeStrict)
+{
+    const TemporaryFolder folder;
+    const ToolResult result =
+        Record({ "--fps", "100", "--seconds", "2", "--strict", "--json", folder / "report.json", folder / "take" },
+            "drop:2@100");
+    EXPECT_EQ(result.iExit, 3) << result.strErr;
+    const json report = json::parse(ReadFile(folder / "report.json"));
+    EXPECT_EQ(report.at("verdict"), "frames missed");
+    ASSERT_EQ(report.at("cameras").at(2).at("gaps").size(), 1U);
+    EXPECT_EQ(report.at("cameras").at(2).at("gaps").at(0).at(1), 1);
+}
+
+TEST(TesselRecord, TheFirstStopSignalSavesWhatThereIs)
+{
+    const TemporaryFolder folder;
+    const ToolResult result =
+        RunTool({ "timeout", "--foreground", "--preserve-status", "-s", "INT", "3", TESSEL_RECORD_PROGRAM, "--cameras",
+            "simulated", "--fps", "100", "--seconds", "60", "--json", "-", folder / "take" });
+    EXPECT_EQ(result.iExit, 0) << result.strErr;
+    const json report = json::parse(result.strOut);
+    const int iFrames = report.at("frames");
+    EXPECT_GT(iFrames, 0);
+    EXPECT_LT(iFrames, 400);
+    EXPECT_EQ(FramesByFfprobe(folder / "take-cam4-0000.avi"), "100/1," + std::to_string(iFrames) + "\n");
+}
+
+TEST(TesselRecord, WrongUseIsNamedAndEndsWithTwo)
+{
+    const TemporaryFolder folder;
+    WriteFile(folder / "old-cam2-0000.avi", "old");
+    const struct {
+        std::vector<std::string> command;
+        const char* pNamed;
+    } kRows[] = {
+        { { TESSEL_RECORD_PROGRAM, "--cameras", "simulatd", folder / "t" }, "simulatd" },
+        { { TESSEL_RECORD_PROGRAM, "--cameras", "simulated:NOMODEL", folder / "t" }, "NOMODEL" },
+        { { "env", "TESSEL_CAMERAS=simulated,simulated:0xFL3-U3-13Y3M", TESSEL_RECORD_PROGRAM, folder / "t" },
+            "0xFL3-U3-13Y3M" },
+        { { "env", "TESSEL_CAMERAS=simulated", "TESSEL_SIM_FAULTS=drop:9@1", TESSEL_RECORD_PROGRAM, folder / "t" },
+            "drop:9@1" },
+        { { "env", "TESSEL_CAMERAS=simulated", "TESSEL_MEMORY_LIMIT=lots", TESSEL_RECORD_PROGRAM, folder / "t" },
+            "TESSEL_MEMORY_LIMIT" },
+        { { TESSEL_RECORD_PROGRAM, "--cameras", "simulated", folder / "old" }, "old-cam2" },
+        { { TESSEL_RECORD_PROGRAM, "--fps", "90", folder / "t" }, "90" },
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.pNamed);
+        const ToolResult result = RunTool(row.command);
+        EXPECT_EQ(result.iExit, 2);
+        EXPECT_NE(result.strErr.find(row.pNamed), std::string::npos) << result.strErr;
+    }
+    EXPECT_EQ(ReadFile(folder / "old-cam2-0000.avi"), "old");
+}
+
+TEST(TesselRecord, TooLittleMemoryIsTold)
+{
+    const TemporaryFolder folder;
+    const ToolResult result = RunTool({ "env", "TESSEL_CAMERAS=simulated", "TESSEL_MEMORY_LIMIT=600000000",
+        TESSEL_RECORD_PROGRAM, "--fps", "400", "--seconds", "10", folder / "take" });
+    EXPECT_EQ(result.iExit, 1);
+    EXPECT_NE(result.strErr.find("ｶﾒﾗﾊﾞｯﾌｧを取得できません。ﾌﾚｰﾑﾚｰﾄか録画時間を少なくしてください。 10sec 400fps"),
+        std::string::npos)
+        << result.strErr;
+}
+
+TEST(TesselRecord, NoSettingsAreWritten)
+{
+    const TemporaryFolder folder;
+    const ToolResult result = RunTool({ "env", "TESSEL_CAMERAS=simulated", "XDG_CONFIG_HOME=" + (folder / "config"),
+        TESSEL_RECORD_PROGRAM, "--seconds", "1", folder / "take" });
+    EXPECT_EQ(result.iExit, 0) << result.strErr;
+    EXPECT_FALSE(std::filesystem::exists(folder / "config"));
+}
