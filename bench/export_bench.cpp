@@ -1,0 +1,102 @@
+// How fast a recording becomes a file: the writer against encoding alone on all cores, and against other
+// programs at the same quality. Everything lies in memory; every frame of every file is decoded and
+// compared.
+#include "avi_check.h"
+#include "bench_report.h"
+#include "export_footage.h"
+#include "export_peers.h"
+#include "platform/imaging/mjpeg_video.h"
+#include "support/temporary_folder.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+
+namespace vireo::bench {
+namespace {
+
+constexpr int kRounds = 3;
+constexpr double kLimitGoal = 0.9;
+constexpr double kPeerGoal = 1.7;
+constexpr const char* kMemoryFolder = "/dev/shm";
+
+/// Runs an exporter and checks its file. Frames per second; throws when a frame is wrong.
+double RunChecked(const Exporter& exporter, const Footage& footage, const std::string& strFolder, AviCheck& check)
+{
+    const std::string strFile = strFolder + "/out.avi";
+    const double dSeconds = exporter.run(strFile);
+    const std::string strPart = PartFileName(strFile, 0);
+    const bool bPart = std::filesystem::exists(strPart);
+    check = CheckAvi(bPart ? strPart : strFile, footage);
+    std::filesystem::remove(bPart ? strPart : strFile);
+    if (check.uiFrames != exporter.uiFrames || check.uiBad != 0) {
+        throw std::runtime_error(exporter.strName + ", " + footage.Name() + ": " + std::to_string(check.uiFrames)
+            + " of " + std::to_string(exporter.uiFrames) + " frames are right, " + std::to_string(check.uiBad)
+            + " wrong");
+    }
+    return static_cast<double>(exporter.uiFrames) / dSeconds;
+}
+
+void PrintRow(const std::string& strName, const std::vector<double>& rates, const AviCheck& check)
+{
+    std::printf("  %-20s %8.0f fps", strName.c_str(), Median(rates));
+    if (check.uiFrames > 0)
+        std::printf("  %7.0f bytes a frame, %.1f dB",
+            static_cast<double>(check.uiBytes) / static_cast<double>(check.uiFrames), check.dPsnr);
+    std::printf("\n");
+}
+
+void BenchFootage(const Footage& footage)
+{
+    const test::TemporaryFolder folder;
+    const Exporter own = OwnWriter(footage);
+    const std::vector<Exporter> peers = Peers(footage, folder.Path());
+    std::map<std::string, std::vector<double>> rates;
+    std::map<std::string, AviCheck> checks;
+    std::vector<double> toLimit;
+    std::vector<double> toPeer;
+    EncodeOnly(footage); // warm up
+    for (int iRound = 0; iRound < kRounds; ++iRound) {
+        // One after the other in each round: a neighbour's load then meets all of them.
+        const double dLimit = static_cast<double>(footage.m_uiFrames) / EncodeOnly(footage);
+        rates["encode only"].push_back(dLimit);
+        const double dOwn = RunChecked(own, footage, folder.Path(), checks[own.strName]);
+        rates[own.strName].push_back(dOwn);
+        double dFastest = 0.0;
+        for (const Exporter& peer : peers) {
+            if (iRound > 0 && peer.bOnce)
+                continue;
+            const double dPeer = RunChecked(peer, footage, folder.Path(), checks[peer.strName]);
+            rates[peer.strName].push_back(dPeer);
+            dFastest = std::max(dFastest, dPeer);
+        }
+        toLimit.push_back(dOwn / dLimit);
+        toPeer.push_back(dOwn / dFastest);
+    }
+    std::printf("%s, %zu frames, quality %d:\n", footage.Name().c_str(), footage.m_uiFrames, kQuality);
+    for (const auto& [strName, values] : rates)
+        PrintRow(strName, values, checks[strName]);
+    Report(("export-" + footage.Name() + "-to-encode-only").c_str(), Median(toLimit), Goal::AtLeast, kLimitGoal);
+    Report(("export-" + footage.Name() + "-to-fastest-peer").c_str(), Median(toPeer), Goal::AtLeast, kPeerGoal);
+}
+
+} // namespace
+} // namespace vireo::bench
+
+int main()
+{
+    using namespace vireo::bench;
+    if (std::filesystem::is_directory(kMemoryFolder))
+        setenv("TMPDIR", kMemoryFolder, 1);
+    try {
+        for (const bool bColour : { false, true }) {
+            BenchFootage(Footage(480, 640, bColour, 200, 600));
+            BenchFootage(Footage(1080, 1920, bColour, 40, 120));
+        }
+    } catch (const std::exception& exception) {
+        // Not std::exit where it happens: the files lie in memory and must go.
+        std::fprintf(stderr, "%s\n", exception.what());
+        return 1;
+    }
+}
