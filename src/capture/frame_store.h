@@ -143,6 +143,7 @@ struct FrameStore {
     std::atomic<int> m_iStopMark = -1; ///< camera 0's ring index when a stop was taken, -1 = none
     std::atomic<bool> m_bStopRequest = false;
     std::atomic<int> m_iRecordTarget = 0; ///< frames that each camera is to record
+    std::atomic<int> m_iCutFrom = 0; ///< the target before a camera's failure cut the recording short; 0 = none did
     std::atomic<unsigned int> m_uiDoneCameras = 0;
 
     FrameStore();

@@ -45,9 +45,14 @@ bool GrabThreads::Leaving(std::size_t uiCamera) const
 
 void GrabThreads::NoteFailure()
 {
+    KeepRecording();
+    m_bFailed = true;
+}
+
+void GrabThreads::KeepRecording()
+{
     if (m_doc.m_capture.m_iCaptureState == capture_state::kRecording)
         m_bBrokenRecording = true;
-    m_bFailed = true;
 }
 
 void GrabThreads::Launch(std::size_t uiWorker, std::function<void()> run)
@@ -74,6 +79,7 @@ void GrabThreads::Start(ThreadStartOrder eOrder)
     m_bBrokenRecording = false;
     m_doc.m_store.m_iStopMark = -1;
     m_doc.m_store.m_bStopRequest = false;
+    m_doc.m_store.m_iCutFrom = 0;
     capture.m_bStartNotified = false;
     m_doc.m_store.m_uiDoneCameras = 0; // what an earlier run left would end this one at once
     for (std::size_t c = 0; c < m_uiCameras; ++c) {
@@ -190,7 +196,7 @@ void GrabThreads::JoinEnded(ClockTime deadline)
             thread.Join();
 }
 
-// A failure in the middle of a recording: the frames that every camera has make the recording.
+// A recording that did not come to its end: the frames that every camera has make the recording.
 void GrabThreads::KeepBrokenRecording()
 {
     if (!m_bBrokenRecording.exchange(false))
@@ -204,7 +210,10 @@ void GrabThreads::KeepBrokenRecording()
         return;
     const CaptureSnapshot& running = m_doc.m_capture.m_running;
     const bool bAlign = running.iMode == capture_mode::kLinear && !running.bStrobeCapable && iShortest > kAlignReach;
+    const int iAsked = store.m_iRecordTarget;
     store.m_iRecordTarget = bAlign ? iShortest - kAlignReach : iShortest;
+    if (m_bFailed && store.m_iRecordTarget < iAsked)
+        store.m_iCutFrom = iAsked;
     for (std::size_t c = 0; c < m_uiCameras; ++c)
         if (!store.m_bRecordDone[c].exchange(true))
             ++store.m_uiDoneCameras;

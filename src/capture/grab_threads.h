@@ -54,6 +54,8 @@ public:
     bool MonitorLeaving() const { return m_bMonitorLeave; }
     /// A camera has failed: the stop that follows keeps what a running recording has so far.
     void NoteFailure();
+    /// The stop that follows keeps what a running recording has so far; nothing failed. User-interface thread.
+    void KeepRecording();
 
 private:
     static constexpr std::size_t kMonitor = kMaxGrabThreads;
@@ -73,7 +75,7 @@ private:
     std::array<GrabStatus, kMaxGrabThreads> m_status;
     std::atomic<bool> m_bMonitorLeave = true;
     std::size_t m_uiCameras = 0;
-    std::atomic<bool> m_bBrokenRecording = false; ///< a failure broke into a recording
+    std::atomic<bool> m_bBrokenRecording = false; ///< a failure or the operator broke into a recording
     std::atomic<bool> m_bFailed = false;
 
     std::mutex m_mutex; ///< guards the phase's transitions; never held while anything waits

@@ -13,6 +13,7 @@ TakeEvidence CollectTake(CVireoDoc& doc)
     TakeEvidence evidence;
     evidence.iFps = running.iFps;
     evidence.iTarget = store.m_iRecordTarget;
+    evidence.iCutFrom = store.m_iCutFrom;
     evidence.bTriggered = running.iMode == capture_mode::kRing;
     evidence.bOutsideTrigger = evidence.bTriggered && running.bTriggerWaitRing;
     for (unsigned int c = 0; doc.m_grabThreads && c < doc.m_grabThreads->Cameras(); ++c) {

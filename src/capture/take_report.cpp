@@ -214,6 +214,9 @@ private:
                 return Say(Verdict::FramesMissed,
                     FormatText("camera %d has %d of %d frames", camera.iNumber, camera.iFrames, m_evidence.iTarget));
         }
+        if (m_evidence.iCutFrom > m_evidence.iTarget)
+            return Say(Verdict::FramesMissed,
+                FormatText("cut short: %d of %d frames", m_evidence.iTarget, m_evidence.iCutFrom));
         for (const CameraEvidence& camera : m_evidence.cameras)
             if (!HasTimes(camera))
                 return Say(Verdict::NotChecked, FormatText("camera %d embeds no times", camera.iNumber));

@@ -34,6 +34,7 @@ struct CameraEvidence {
 struct TakeEvidence {
     int iFps = 30; ///< as asked for
     int iTarget = 0; ///< frames that each camera was to record
+    int iCutFrom = 0; ///< the target before a camera failed in mid-take; 0 = none did
     bool bTriggered = false; ///< the cameras expose on common edges; else each on its own
     bool bOutsideTrigger = false; ///< the edges come from outside, at a pace of their own
     std::vector<CameraEvidence> cameras;

@@ -58,7 +58,8 @@ ParsedOptions ParseRecordOptions(int iCount, const char* const* ppArguments)
     app.add_flag("--trigger-wait", options.bTriggerWait, "Wait for the external trigger");
     app.add_option("--timeout", options.dTimeoutSeconds, "Give up waiting after this many seconds")
         ->check(CLI::PositiveNumber);
-    app.add_option("--json", options.strJson, "Write the take report to a file, or to - (stdout)");
+    const CLI::Option* pJson =
+        app.add_option("--json", options.strJson, "Write the take report to a file, or to - (stdout)");
     app.add_flag("--quiet", options.bQuiet, "No progress line");
     app.add_flag("--strict", options.bStrict, "Exit with 3 when frames are missed or out of sync");
     try {
@@ -66,13 +67,15 @@ ParsedOptions ParseRecordOptions(int iCount, const char* const* ppArguments)
         parsed.bRun = !options.strBase.empty();
         if (!parsed.bRun) {
             parsed.iStatus = 2;
-            parsed.strText = "tessel-record: BASE is empty\n";
+            parsed.strText = "BASE is empty";
         }
     } catch (const CLI::Success& done) {
         parsed.strText = done.get_name() == "CallForVersion" ? std::string(done.what()) + "\n" : app.help();
     } catch (const CLI::ParseError& error) {
         parsed.iStatus = 2;
-        parsed.strText = std::string("tessel-record: ") + error.what() + "\nRun with --help for the options.\n";
+        parsed.strText = std::string(error.what()) + " (--help lists the options)";
+        if (!pJson->results().empty())
+            options.strJson = pJson->results().back(); // the report tells of the error as well
     }
     return parsed;
 }

@@ -24,9 +24,9 @@ struct RecordOptions {
 /// How reading the command line ended.
 struct ParsedOptions {
     RecordOptions options;
-    bool bRun = false; ///< else the program ends with `iStatus` after printing `strText`
+    bool bRun = false; ///< else the program ends with `iStatus` after telling `strText`
     int iStatus = 0; ///< 0 (help, version) or 2 (usage)
-    std::string strText; ///< for stdout when iStatus is 0, else stderr
+    std::string strText; ///< for stdout when iStatus is 0, else what is wrong, one line; `options.strJson` is set then
 };
 
 ParsedOptions ParseRecordOptions(int iCount, const char* const* ppArguments);

@@ -70,15 +70,19 @@ bool Recorder::Fail(int iStatus, std::string strError)
     return false;
 }
 
-// The core has already told the operator what went wrong; the report says the same.
+void Recorder::BeginStep() { m_uiToldBefore = m_window.Messages().size(); }
+
+// The core has already told the operator what went wrong, and perhaps what followed from it; the report says
+// the first. What earlier steps have shown is no reason.
 bool Recorder::FailWithMessage(const char* pInstead)
 {
     const std::vector<std::string> messages = m_window.Messages();
-    return Fail(record_status::kFailed, messages.empty() ? pInstead : messages.back());
+    return Fail(record_status::kFailed, messages.size() > m_uiToldBefore ? messages[m_uiToldBefore] : pInstead);
 }
 
 bool Recorder::Discover(CVireoDoc& doc)
 {
+    BeginStep();
     const bool bOpened = OnNewDocument(doc);
     m_window.WaitFor([] { return true; }, 0); // an exit command that the configuration posted
     if (!bOpened || m_bExitPosted)
@@ -102,6 +106,7 @@ RecordingPreset Recorder::Values()
 bool Recorder::CheckRate(CVireoDoc& doc)
 {
     const RecordingPreset preset = Values();
+    m_outcome.report.iFpsRequested = preset.FrameRate;
     if (RateIndex(preset.FrameRate) < 0)
         return Fail(record_status::kUsage, FormatText("%d fps is no frame rate of this program", preset.FrameRate));
     int iCeiling = doc.m_parameters.m_iModelMaxFps;
@@ -143,6 +148,7 @@ bool Recorder::CheckTargets(CVireoDoc& doc)
 
 bool Recorder::Apply(CVireoDoc& doc)
 {
+    BeginStep();
     const RecordingPreset preset = Values();
     if (!ApplyPresetValues(doc, preset))
         return FailWithMessage("the cameras could not be configured");
@@ -150,6 +156,7 @@ bool Recorder::Apply(CVireoDoc& doc)
     if (doc.m_parameters.m_iRecordSec != preset.RecTime
         || doc.m_store.m_iAllocatedFrames != BufferFramesFor(preset.RecTime, preset.FrameRate))
         return FailWithMessage("there is not enough memory for this recording");
+    BeginStep();
     if (!Prepare(doc, m_options.bTriggerWait))
         return FailWithMessage("the cameras could not be configured");
     return true;
@@ -183,14 +190,14 @@ bool Recorder::WaitLive(CVireoDoc& doc)
 
 bool Recorder::Record(CVireoDoc& doc)
 {
-    if (!m_options.bTriggerWait && !Start(doc))
+    if (!m_options.bTriggerWait && !StoreIsShort(doc) && !Start(doc))
         return FailWithMessage("the recording could not be started");
     Clock& clock = m_app.GetPlatform().clock;
     const ClockTime deadline = m_options.dTimeoutSeconds
         ? clock.Now() + static_cast<ClockTime>(*m_options.dTimeoutSeconds * kNsPerSecond)
         : kForever;
     bool bStopAsked = false;
-    bool bTimedOut = false;
+    const char* pGivenUp = nullptr;
     const auto finished = [&] {
         m_progress(FormatText("%d of %d frames", std::min(RecordedFrames(doc), doc.m_store.m_iRecordTarget.load()),
             doc.m_store.m_iRecordTarget.load()));
@@ -202,30 +209,32 @@ bool Recorder::Record(CVireoDoc& doc)
             doc.m_store.m_bStopRequest = true;
         }
         // A recording that has begun is never given up.
-        bTimedOut = clock.Now() >= deadline && RecordedFrames(doc) < 1 && !doc.m_store.m_bRecordDone[0];
-        return bTimedOut || AllDone(doc) || !doc.m_capture.m_bCapturing;
+        if (RecordedFrames(doc) < 1 && !doc.m_store.m_bRecordDone[0])
+            pGivenUp = StoreIsShort(doc)  ? "memory is short: the recording could not be whole"
+                : clock.Now() >= deadline ? "no recording within the time-out"
+                                          : nullptr;
+        return pGivenUp != nullptr || AllDone(doc) || !doc.m_capture.m_bCapturing;
     };
     m_window.WaitFor(finished, kForever);
-    return EndRecording(doc, !bTimedOut);
+    return EndRecording(doc, pGivenUp);
 }
 
-bool Recorder::EndRecording(CVireoDoc& doc, bool bFinished)
+bool Recorder::EndRecording(CVireoDoc& doc, const char* pGivenUp)
 {
     // Messages of the last checks and of a failure are posted; the threads end by themselves or are told to.
     m_window.WaitFor([&doc] { return !doc.m_capture.m_bCapturing; },
         m_app.GetPlatform().clock.Now() + (AllDone(doc) ? kLastFramesWait : 0));
-    const bool bComplete = AllDone(doc);
-    if (!bComplete && doc.m_grabThreads)
-        doc.m_grabThreads->NoteFailure(); // the stop keeps what every camera has so far
+    if (!AllDone(doc) && doc.m_grabThreads)
+        doc.m_grabThreads->KeepRecording();
     StopGrab(doc);
     if (!doc.m_store.m_bRecordDone[0]) {
-        if (!bFinished)
-            return Fail(record_status::kFailed, "no recording within the time-out");
+        if (pGivenUp != nullptr)
+            return Fail(record_status::kFailed, pGivenUp);
         if (m_stopRequests() > 0)
             return Fail(record_status::kFailed, "stopped before the recording began");
         return FailWithMessage("the recording failed");
     }
-    if (!bComplete && m_stopRequests() == 0)
+    if (doc.m_store.m_iCutFrom > 0)
         FailWithMessage("the recording was cut short");
     return true;
 }
@@ -234,6 +243,7 @@ void Recorder::SaveTake(CVireoDoc& doc)
 {
     m_outcome.bRecorded = true;
     m_outcome.report = ReportTake(doc);
+    BeginStep();
     const ExportResult saved = SaveAviAs(doc, m_options.strBase);
     m_outcome.report.dSaveSeconds = saved.dSeconds;
     for (std::size_t c = 0; c < saved.cameras.size() && c < m_outcome.report.cameras.size(); ++c)
@@ -243,8 +253,7 @@ void Recorder::SaveTake(CVireoDoc& doc)
         return;
     }
     const Verdict eVerdict = m_outcome.report.eVerdict;
-    if (m_outcome.iStatus == record_status::kSaved && m_options.bStrict
-        && (eVerdict == Verdict::FramesMissed || eVerdict == Verdict::OutOfSync))
+    if (m_options.bStrict && (eVerdict == Verdict::FramesMissed || eVerdict == Verdict::OutOfSync))
         m_outcome.iStatus = record_status::kStrict;
 }
 

@@ -41,6 +41,7 @@ public:
 
 private:
     bool Fail(int iStatus, std::string strError);
+    void BeginStep();
     bool FailWithMessage(const char* pInstead);
     bool Discover(CVireoDoc& doc);
     bool CheckRate(CVireoDoc& doc);
@@ -48,7 +49,7 @@ private:
     bool Apply(CVireoDoc& doc);
     bool WaitLive(CVireoDoc& doc);
     bool Record(CVireoDoc& doc);
-    bool EndRecording(CVireoDoc& doc, bool bFinished);
+    bool EndRecording(CVireoDoc& doc, const char* pGivenUp);
     void SaveTake(CVireoDoc& doc);
     RecordingPreset Values();
 
@@ -58,6 +59,7 @@ private:
     std::function<int()> m_stopRequests;
     std::function<void(const std::string&)> m_progress;
     bool m_bExitPosted = false;
+    std::size_t m_uiToldBefore = 0; ///< messages that earlier steps have shown
     RecordOutcome m_outcome;
 };
 

@@ -10,7 +10,12 @@ namespace vireo {
 ScratchSettings::ScratchSettings(const Paths& paths, bool bCopyUsers)
 {
     std::error_code error;
-    std::string strTemplate = (std::filesystem::temp_directory_path(error) / "tessel-record-XXXXXX").string();
+    const std::filesystem::path temporary = std::filesystem::temp_directory_path(error);
+    if (error) {
+        m_strError = "no folder for temporary settings can be made: " + error.message();
+        return;
+    }
+    std::string strTemplate = (temporary / "tessel-record-XXXXXX").string();
     if (mkdtemp(strTemplate.data()) == nullptr) {
         m_strError = "no folder for temporary settings can be made: " + strTemplate;
         return;

@@ -87,46 +87,9 @@ bool WriteReport(const std::string& strTarget, const std::string& strJson)
     return file.good();
 }
 
-int Record(const RecordOptions& options)
+/// Tells how the recording ended, on the terminal and in the report. @return the exit status.
+int Conclude(const RecordOptions& options, const RecordOutcome& outcome)
 {
-    RealClock clock;
-    StderrLog log;
-    std::string strError;
-    const std::string strSources = options.strCameras.value_or(Environment("TESSEL_CAMERAS"));
-    const std::unique_ptr<CameraLibrary> cameras =
-        OpenCameraSources(strSources, Environment("TESSEL_SIM_FAULTS"), clock, log, strError);
-    const std::optional<MemoryOptions> memoryOptions = cameras ? MemoryOptionsFromEnvironment(strError) : std::nullopt;
-    if (!memoryOptions) {
-        std::fprintf(stderr, "tessel-record: %s\n", strError.c_str());
-        return record_status::kUsage;
-    }
-    LinuxMemory memory(clock, *memoryOptions);
-    const LinuxPaths paths;
-    const CodePage932 encoding;
-    const std::unique_ptr<PixelConverter> converter = MakePixelConverter();
-    const std::unique_ptr<VideoWriters> video = MakeVideoWriters();
-    SocketPartnerLink partner(log);
-    ProgressLine progress(!options.bQuiet);
-    HeadlessWindow window(clock, [&progress](const std::string& strLine) {
-        progress.Clear();
-        std::fprintf(stderr, "%s\n", strLine.c_str());
-    });
-    Platform platform { clock, log, *cameras, window, memory, *converter, *video, partner, paths, encoding };
-
-    const ScratchSettings settings(paths, options.iPreset.has_value());
-    if (!settings.Error().empty()) {
-        std::fprintf(stderr, "tessel-record: %s\n", settings.Error().c_str());
-        return record_status::kFailed;
-    }
-    CVireoApp app(platform);
-    app.SetIniFolder(settings.Folder());
-
-    Recorder recorder(
-        app, window, options, [] { return static_cast<int>(g_iStopSignals); },
-        [&progress](const std::string& strText) { progress.Show(strText); });
-    const RecordOutcome outcome = recorder.Run();
-    progress.Clear();
-
     if (!outcome.strError.empty())
         std::fprintf(stderr, "tessel-record: %s\n", outcome.strError.c_str());
     // Lines for people keep off a stdout that carries the report.
@@ -142,15 +105,60 @@ int Record(const RecordOptions& options)
     return outcome.iStatus;
 }
 
+RecordOutcome Failed(int iStatus, std::string strError)
+{
+    RecordOutcome outcome;
+    outcome.iStatus = iStatus;
+    outcome.strError = std::move(strError);
+    return outcome;
+}
+
+RecordOutcome Record(const RecordOptions& options)
+{
+    RealClock clock;
+    StderrLog log;
+    std::string strError;
+    const std::string strSources = options.strCameras.value_or(Environment("TESSEL_CAMERAS"));
+    const std::unique_ptr<CameraLibrary> cameras =
+        OpenCameraSources(strSources, Environment("TESSEL_SIM_FAULTS"), clock, log, strError);
+    const std::optional<MemoryOptions> memoryOptions = cameras ? MemoryOptionsFromEnvironment(strError) : std::nullopt;
+    if (!memoryOptions)
+        return Failed(record_status::kUsage, strError);
+    LinuxMemory memory(clock, *memoryOptions);
+    const LinuxPaths paths;
+    const CodePage932 encoding;
+    const std::unique_ptr<PixelConverter> converter = MakePixelConverter();
+    const std::unique_ptr<VideoWriters> video = MakeVideoWriters();
+    SocketPartnerLink partner(log);
+    ProgressLine progress(!options.bQuiet);
+    HeadlessWindow window(clock, [&progress](const std::string& strLine) {
+        progress.Clear();
+        std::fprintf(stderr, "%s\n", strLine.c_str());
+    });
+    Platform platform { clock, log, *cameras, window, memory, *converter, *video, partner, paths, encoding };
+
+    const ScratchSettings settings(paths, options.iPreset.has_value());
+    if (!settings.Error().empty())
+        return Failed(record_status::kFailed, settings.Error());
+    CVireoApp app(platform);
+    app.SetIniFolder(settings.Folder());
+
+    Recorder recorder(
+        app, window, options, [] { return static_cast<int>(g_iStopSignals); },
+        [&progress](const std::string& strText) { progress.Show(strText); });
+    return recorder.Run();
+}
+
 } // namespace
 
 int main(int iCount, char** ppArguments)
 {
     const ParsedOptions parsed = ParseRecordOptions(iCount, ppArguments);
     if (!parsed.bRun) {
-        std::fputs(parsed.strText.c_str(), parsed.iStatus == 0 ? stdout : stderr);
-        return parsed.iStatus;
+        if (parsed.iStatus == 0)
+            std::fputs(parsed.strText.c_str(), stdout);
+        return parsed.iStatus == 0 ? 0 : Conclude(parsed.options, Failed(parsed.iStatus, parsed.strText));
     }
     CatchSignals();
-    return Record(parsed.options);
+    return Conclude(parsed.options, Record(parsed.options));
 }

@@ -394,6 +394,7 @@ TEST(BrokenRecording, WhatEveryCameraHasIsKept)
     for (std::size_t c = 0; c < 3; ++c)
         iShortest = std::min<int>(iShortest, capture.Store().m_isaveFrameCount[c]);
     EXPECT_EQ(iTarget, iShortest);
+    EXPECT_EQ(capture.Store().m_iCutFrom, kFrames);
     EXPECT_GT(iTarget, 30);
     EXPECT_LT(iTarget, 50);
     for (std::size_t c = 0; c < 3; ++c) {
@@ -431,6 +432,22 @@ TEST(BrokenRecording, ACooperationRunEndsAsACompleteOne)
     ASSERT_TRUE(capture.WaitFrames(0, 10));
     ASSERT_TRUE(capture.Record());
     EXPECT_EQ(capture.Window().Record().iExitTimers, 1);
+}
+
+TEST(BrokenRecording, ARecordingThatTheOperatorEndsIsKeptAndNotCalledCut)
+{
+    ScriptedCapture capture({ .uiCameras = 2 });
+    capture.Start();
+    ASSERT_TRUE(capture.WaitFrames(0, 10));
+    capture.Store().m_bStartRequest = true;
+    ASSERT_TRUE(capture.WaitFrames(0, 40));
+    capture.Doc().m_grabThreads->KeepRecording();
+    TimeStop(capture);
+    EXPECT_EQ(capture.Flags().m_ePhase, CapturePhase::Stopped);
+    EXPECT_GT(capture.Store().m_iRecordTarget, 20);
+    EXPECT_LT(capture.Store().m_iRecordTarget, 40);
+    EXPECT_TRUE(capture.Store().m_bRecordDone[0]);
+    EXPECT_EQ(capture.Store().m_iCutFrom, 0);
 }
 
 TEST(BrokenRecording, AnOperatorsStopIsNoFailure)

@@ -71,6 +71,15 @@ TEST(TakeReport, AClockHundredPpmFastForTwentySecondsIsInSyncAndTold)
     EXPECT_NEAR(report.cameras[1].dClockPpm, 100.0, 0.5);
 }
 
+TEST(TakeReport, ATakeThatWasCutShortMissesFramesAlthoughTheRestIsInSync)
+{
+    TakeEvidence evidence = MakeTake({ MakeCamera(1, 300, {}), MakeCamera(2, 300, {}) }, 300);
+    evidence.iCutFrom = 800;
+    const TakeReport report = JudgeTake(evidence);
+    EXPECT_EQ(report.eVerdict, Verdict::FramesMissed);
+    EXPECT_EQ(report.strReason, "cut short: 300 of 800 frames");
+}
+
 TEST(TakeReport, AClockThatNoCrystalCanExplainIsOutOfSync)
 {
     const TakeReport report =

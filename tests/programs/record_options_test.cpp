@@ -72,6 +72,14 @@ TEST(RecordOptions, WrongUseIsToldAndEndsWithTwo)
     }
 }
 
+TEST(RecordOptions, TheReportsTargetIsKnownAlsoWhenTheRestIsWrong)
+{
+    EXPECT_EQ(Parse({ "--json", "report.json", "--fps", "90", "take" }).options.strJson, "report.json");
+    EXPECT_EQ(Parse({ "--json", "-", "--unknown", "take" }).options.strJson, "-");
+    EXPECT_EQ(Parse({ "--json", "-" }).options.strJson, "-");
+    EXPECT_EQ(Parse({ "take", "--json" }).options.strJson, "");
+}
+
 TEST(RecordOptions, HelpAndVersionEndWellWithTheirText)
 {
     EXPECT_EQ(Parse({ "--version" }).strText, "tessel-record 1.0.0\n");

@@ -46,6 +46,14 @@ std::string FramesByFfprobe(const std::string& strFile)
         .strOut;
 }
 
+/// The error that the report tells.
+std::string ErrorOf(const std::string& strReport)
+{
+    const json report = json::parse(ReadFile(strReport), nullptr, false);
+    EXPECT_EQ(report.value("verdict", ""), "not checked");
+    return report.value("error", "no error");
+}
+
 } // namespace
 
 TEST(TesselRecord, FourFilesShowTheSameMomentInEveryFrame)
@@ -133,11 +141,43 @@ TEST(TesselRecord, WrongUseIsNamedAndEndsWithTwo)
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.pNamed);
-        const ToolResult result = RunTool(row.command);
+        std::vector<std::string> command = row.command;
+        command.insert(command.end(), { "--json", folder / "report.json" });
+        std::filesystem::remove(folder / "report.json");
+        const ToolResult result = RunTool(command);
         EXPECT_EQ(result.iExit, 2);
         EXPECT_NE(result.strErr.find(row.pNamed), std::string::npos) << result.strErr;
+        EXPECT_NE(ErrorOf(folder / "report.json").find(row.pNamed), std::string::npos);
     }
     EXPECT_EQ(ReadFile(folder / "old-cam2-0000.avi"), "old");
+}
+
+TEST(TesselRecord, AFailureBeforeTheRecordingIsInTheReportToo)
+{
+    const TemporaryFolder folder;
+    const struct {
+        std::vector<std::string> command;
+        const char* pError;
+    } kRows[] = {
+        { { "env", "XDG_CONFIG_HOME=" + (folder / "config"), TESSEL_RECORD_PROGRAM, "--cameras", "simulated",
+              "--preset", "1", folder / "t" },
+            "the presets cannot be read" },
+        { { "env", "TMPDIR=" + (folder / "none"), TESSEL_RECORD_PROGRAM, "--cameras", "simulated", folder / "t" },
+            "no folder for temporary settings can be made" },
+        { { TESSEL_RECORD_PROGRAM, "--cameras", "simulated", folder / "none/t" }, "there is no folder" },
+        { { "env", "TESSEL_SIM_FAULTS=error:Connect:4", TESSEL_RECORD_PROGRAM, "--cameras", "simulated", folder / "t" },
+            "ｶﾒﾗの接続に失敗しました。(4)" },
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.pError);
+        std::vector<std::string> command = row.command;
+        command.insert(command.end(), { "--json", "-" });
+        const ToolResult result = RunTool(command);
+        EXPECT_EQ(result.iExit, 1);
+        EXPECT_NE(result.strErr.find(row.pError), std::string::npos) << result.strErr;
+        WriteFile(folder / "report.json", result.strOut);
+        EXPECT_NE(ErrorOf(folder / "report.json").find(row.pError), std::string::npos) << result.strOut;
+    }
 }
 
 TEST(TesselRecord, TooLittleMemoryIsTold)

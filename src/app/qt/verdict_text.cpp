@@ -19,14 +19,14 @@ QString GapText(const TakeReport& report)
             cameras.append(
                 QStringLiteral("%1：%2").arg(QString::fromStdString(ViewSection(camera.iNumber))).arg(iMissing));
     }
-    return cameras.join(QStringLiteral("、"));
+    return cameras.isEmpty() ? QString() : QStringLiteral("(%1)").arg(cameras.join(QStringLiteral("、")));
 }
 
 QString Judgement(const TakeReport& report)
 {
     switch (report.eVerdict) {
     case Verdict::InSync: return QStringLiteral("同期しています。");
-    case Verdict::FramesMissed: return QStringLiteral("ﾌﾚｰﾑの欠落があります。(%1)").arg(GapText(report));
+    case Verdict::FramesMissed: return QStringLiteral("ﾌﾚｰﾑの欠落があります。%1").arg(GapText(report));
     case Verdict::OutOfSync: return QStringLiteral("同期がずれています。");
     case Verdict::NotChecked: break;
     }

@@ -35,6 +35,12 @@ TEST(TakeVerdictText, NamesTheCamerasThatMissedFrames)
     EXPECT_EQ(TakeVerdictText(report), QStringLiteral("録画完了：400ﾌﾚｰﾑ　ﾌﾚｰﾑの欠落があります。(CAM01：3、CAM03：1)"));
 }
 
+TEST(TakeVerdictText, NamesNobodyWhenTheTakeWasCutShort)
+{
+    EXPECT_EQ(
+        TakeVerdictText(Report(Verdict::FramesMissed)), QStringLiteral("録画完了：400ﾌﾚｰﾑ　ﾌﾚｰﾑの欠落があります。"));
+}
+
 TEST(TakeVerdictText, CountsWhatEveryCameraHas)
 {
     TakeReport report = Report(Verdict::InSync);
