@@ -35,6 +35,14 @@ bool AllDone(const CVireoDoc& doc)
 
 int RecordedFrames(const CVireoDoc& doc) { return std::max(doc.m_store.m_isaveFrameCount[0].load(), 0); }
 
+// For a strict operator: also a frame that was lost while the cameras ran already is one too many.
+bool IsFlawed(const TakeReport& report)
+{
+    return report.eVerdict == Verdict::FramesMissed || report.eVerdict == Verdict::OutOfSync
+        || std::any_of(report.cameras.begin(), report.cameras.end(),
+            [](const CameraReport& camera) { return camera.iLostBefore > 0; });
+}
+
 } // namespace
 
 Recorder::Recorder(CVireoApp& app, HeadlessWindow& window, RecordOptions options, std::function<int()> stopRequests,
@@ -252,8 +260,7 @@ void Recorder::SaveTake(CVireoDoc& doc)
         FailWithMessage("the files could not be written");
         return;
     }
-    const Verdict eVerdict = m_outcome.report.eVerdict;
-    if (m_options.bStrict && (eVerdict == Verdict::FramesMissed || eVerdict == Verdict::OutOfSync))
+    if (m_options.bStrict && IsFlawed(m_outcome.report))
         m_outcome.iStatus = record_status::kStrict;
 }
 

@@ -16,7 +16,7 @@ namespace record_status {
 constexpr int kSaved = 0;
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
-constexpr int kStrict = 3; ///< saved, but frames are missed or out of sync
+constexpr int kStrict = 3; ///< saved, but frames are missed (also before the recording) or out of sync
 } // namespace record_status
 
 /// How a recording without a window ended.

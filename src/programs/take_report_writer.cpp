@@ -93,6 +93,8 @@ std::string CameraLine(const TakeReport& report, std::size_t uiCamera)
         FormatText(": %d frames, %.2f fps, %s", camera.iFrames, report.dFpsMeasured, VerdictText(report.eVerdict));
     if (!report.strReason.empty())
         strLine += " (" + report.strReason + ")";
+    if (camera.iLostBefore > 0)
+        strLine += FormatText(", %d lost before the recording", camera.iLostBefore);
     return strLine;
 }
 

@@ -6,6 +6,8 @@
 #include "support/temporary_folder.h"
 #include "support/test_platform.h"
 
+#include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
@@ -19,18 +21,20 @@ namespace vireo::test {
 /// code, so that what the report says can be held against what the pictures show.
 class Take {
 public:
-    /// With writers of the test's own there are no bar codes to look at.
-    Take(std::string strCameras, std::string strFaults, RecordOptions options, VideoWriters* pVideo = nullptr)
+    /// `parts`: memory, converter and writers of the test's own; with those there are no bar codes to look at.
+    Take(std::string strCameras, std::string strFaults, RecordOptions options, TestPlatformParts parts = {})
         : m_options(std::move(options))
     {
         SimulatedSetup setup;
         EXPECT_EQ(ParseSimulatedSource(strCameras, setup.cameras), "");
         EXPECT_EQ(ParseSimulatedFaults(strFaults, setup.cameras.size(), setup.faults), "");
         m_library = MakeSimulatedLibrary(m_clock, setup);
-        m_test = std::make_unique<TestPlatform>(TestPlatformParts { .pClock = &m_clock,
-            .pCameras = m_library.get(),
-            .pWindow = &m_window,
-            .pVideo = pVideo != nullptr ? pVideo : &m_videos });
+        parts.pClock = &m_clock;
+        parts.pCameras = m_library.get();
+        parts.pWindow = &m_window;
+        if (parts.pVideo == nullptr)
+            parts.pVideo = &m_videos;
+        m_test = std::make_unique<TestPlatform>(parts);
         std::ofstream(m_folder.Path() + "/Tessel.ini");
         if (m_options.strBase.empty())
             m_options.strBase = m_folder.Path() + "/take";
@@ -91,6 +95,27 @@ inline bool PicturesAgree(const std::vector<BarCodeFile>& files)
         if (file.exposuresUs != files.front().exposuresUs)
             return false;
     return true;
+}
+
+/// How far the exposures of a camera's frames are from those of camera 0's, us; the largest of all frames.
+inline double LargestOffsetOfPictures(const std::vector<BarCodeFile>& files, std::size_t uiCamera)
+{
+    double dLargest = 0.0;
+    for (std::size_t i = 0; i < files[uiCamera].exposuresUs.size(); ++i)
+        dLargest = std::max(dLargest,
+            std::abs(
+                static_cast<double>(files[uiCamera].exposuresUs[i]) - static_cast<double>(files[0].exposuresUs[i])));
+    return dLargest;
+}
+
+/// The first frame whose exposure is more than `dLimitUs` from that of camera 0's; -1 when none is.
+inline int FirstOffsetOfPictures(const std::vector<BarCodeFile>& files, std::size_t uiCamera, double dLimitUs)
+{
+    for (std::size_t i = 0; i < files[uiCamera].exposuresUs.size(); ++i)
+        if (std::abs(static_cast<double>(files[uiCamera].exposuresUs[i]) - static_cast<double>(files[0].exposuresUs[i]))
+            > dLimitUs)
+            return static_cast<int>(i);
+    return -1;
 }
 
 inline void ExpectGapsAsPictured(const RecordOutcome& outcome, const std::vector<BarCodeFile>& files, double dPeriodUs)

@@ -91,5 +91,8 @@ TEST(TakeReportWriter, ALinePerCameraNamesFilesFramesRateAndVerdict)
 {
     EXPECT_EQ(CameraLine(MakeReport(), 0),
         "take-cam2-0000.avi take-cam2-0001.avi: 2000 frames, 399.98 fps, frames missed (camera 2 misses 3 before frame "
-        "120)");
+        "120), 1 lost before the recording");
+    TakeReport report = MakeReport();
+    report.cameras[0].iLostBefore = 0;
+    EXPECT_TRUE(CameraLine(report, 0).ends_with("before frame 120)"));
 }
