@@ -41,10 +41,10 @@ FileDescriptor LockFolder(const std::string& strFolder)
     return file;
 }
 
-/// Somebody takes connections at the address, or is only too busy to.
-bool IsAlive(const SocketAddress& address)
+/// Nobody takes connections at the address any more. What cannot be found out is not taken for dead.
+bool IsStale(const SocketAddress& address)
 {
-    return ConnectSocket(address, {}).IsOpen() || errno == EAGAIN || errno == EACCES;
+    return !ConnectSocket(address, {}).IsOpen() && (errno == ECONNREFUSED || errno == ENOENT);
 }
 
 } // namespace
@@ -72,14 +72,16 @@ bool SocketListener::Bind(const std::string& strFolder, std::string_view strTitl
     if (!lock.IsOpen())
         return fail("cannot lock " + strFolder);
     const SocketAddress address(strFolder, PartnerSocketName(strTitle));
-    if (IsAlive(address))
+    m_wake = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    FileDescriptor socket = MakeSocket();
+    if (!m_wake.IsOpen() || !socket.IsOpen() || !address.IsUsable())
+        return fail(std::strerror(errno));
+    if (!IsStale(address))
         return fail("another program listens under this title");
     unlink(address.File().c_str());
 
-    FileDescriptor socket = MakeSocket();
     struct stat status = {};
-    if (!socket.IsOpen() || !address.IsUsable() || bind(socket.Number(), address.Get(), address.Size()) != 0
-        || lstat(address.File().c_str(), &status) != 0)
+    if (bind(socket.Number(), address.Get(), address.Size()) != 0 || lstat(address.File().c_str(), &status) != 0)
         return fail(std::strerror(errno));
     if (listen(socket.Number(), SOMAXCONN) != 0) {
         const std::string strReason = std::strerror(errno);
@@ -92,7 +94,6 @@ bool SocketListener::Bind(const std::string& strFolder, std::string_view strTitl
     m_device = status.st_dev;
     m_inode = status.st_ino;
     m_socket = std::move(socket);
-    m_wake = FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     return true;
 }
 
