@@ -55,12 +55,14 @@ void GrabThreads::KeepRecording()
         m_bBrokenRecording = true;
 }
 
-void GrabThreads::Launch(std::size_t uiWorker, std::function<void()> run)
+// False when the system has no thread to give.
+bool GrabThreads::Launch(std::size_t uiWorker, std::function<void()> run)
 {
     m_threads[uiWorker] = ClockThread(m_clock, [this, run = std::move(run)] {
         t_pOwner = this;
         run();
     });
+    return m_threads[uiWorker].Joinable();
 }
 
 void GrabThreads::Start(ThreadStartOrder eOrder)
@@ -94,21 +96,29 @@ void GrabThreads::Start(ThreadStartOrder eOrder)
     }
     capture.m_bCapturing = true;
 
+    bool bAll = true;
     for (std::size_t i = 0; i < m_uiCameras; ++i) {
         const std::size_t c = eOrder == ThreadStartOrder::HighestFirst ? m_uiCameras - 1 - i : i;
         capture.m_bThreadEnded[c] = false;
-        Launch(c, [this, c] { RunGrabThread(m_doc, *this, c); });
+        if (!Launch(c, [this, c] { RunGrabThread(m_doc, *this, c); })) {
+            capture.m_bThreadEnded[c] = true;
+            bAll = false;
+        }
     }
     m_bMonitorLeave = uiConnected > kMaxGrabThreads;
     capture.m_bKeyWaitRun = !m_bMonitorLeave;
-    if (!m_bMonitorLeave)
-        Launch(kMonitor, [this] { RunMonitor(m_doc, *this); });
+    if (!m_bMonitorLeave && !Launch(kMonitor, [this] { RunMonitor(m_doc, *this); }))
+        bAll = false;
+    if (!bAll) {
+        m_doc.GetPlatform().log.Write("the system has no thread for the capture: it ends");
+        NoteFailure();
+    }
 
-    bool bStop = false;
+    bool bStop = !bAll;
     {
         std::lock_guard lock(m_mutex);
         capture.m_ePhase = CapturePhase::Running;
-        bStop = std::exchange(m_bStopWanted, false);
+        bStop = std::exchange(m_bStopWanted, false) || bStop;
     }
     if (bStop)
         Stop();

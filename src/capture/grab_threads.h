@@ -61,7 +61,7 @@ private:
     static constexpr std::size_t kMonitor = kMaxGrabThreads;
     static constexpr std::size_t kWorkers = kMaxGrabThreads + 1;
 
-    void Launch(std::size_t uiWorker, std::function<void()> run);
+    bool Launch(std::size_t uiWorker, std::function<void()> run);
     bool BeginStop(bool bWorker, bool& bResult);
     void TellThreadsToLeave();
     bool WaitForThreads(ClockTime deadline);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -48,7 +49,7 @@ public:
     /// Counts of Now() in a second.
     static constexpr std::int64_t Frequency() { return kNsPerSecond; }
 
-    /// Sleeps until `deadline`; returns at once when it has passed.
+    /// Sleeps until `deadline` (never kForever); returns at once when it has passed.
     virtual void SleepUntil(ClockTime deadline) = 0;
     void SleepMs(std::int64_t iMilliseconds) { SleepUntil(Now() + iMilliseconds * kNsPerMs); }
 
@@ -73,6 +74,8 @@ public:
 
     /// A thread that will take part in this clock's time; called by the parent, before it runs.
     virtual void AddThread(std::uint64_t uiThread) = 0;
+    /// Such a thread will not come after all; called by the parent.
+    virtual void DropThread(std::uint64_t uiThread) = 0;
     /// First and last call of such a thread itself.
     virtual void EnterThread(std::uint64_t uiThread) = 0;
     virtual void LeaveThread(std::uint64_t uiThread) = 0;
@@ -80,7 +83,8 @@ public:
     virtual std::uint64_t NewThreadNumber() = 0;
 };
 
-/// A thread that lives in a clock's time. Joined by Join() or the destructor, never detached.
+/// A thread that lives in a clock's time. Joined by Join() or the destructor, never detached. Not joinable when
+/// the system has no thread to give.
 class ClockThread {
 public:
     ClockThread() = default;
@@ -90,16 +94,20 @@ public:
     {
         const std::uint64_t uiThread = clock.NewThreadNumber();
         clock.AddThread(uiThread);
-        m_thread = std::thread([&clock, uiThread, &shared = *m_shared, run = std::move(run)] {
-            clock.EnterThread(uiThread);
-            run();
-            {
-                std::lock_guard lock(shared.m_mutex);
-                shared.m_bEnded = true;
-            }
-            clock.NotifyAll(shared.m_ended);
-            clock.LeaveThread(uiThread);
-        });
+        try {
+            m_thread = std::thread([&clock, uiThread, &shared = *m_shared, run = std::move(run)] {
+                clock.EnterThread(uiThread);
+                run();
+                {
+                    std::lock_guard lock(shared.m_mutex);
+                    shared.m_bEnded = true;
+                }
+                clock.NotifyAll(shared.m_ended);
+                clock.LeaveThread(uiThread);
+            });
+        } catch (const std::system_error&) {
+            clock.DropThread(uiThread);
+        }
     }
     ClockThread(ClockThread&&) = default;
     ClockThread& operator=(ClockThread&& other)

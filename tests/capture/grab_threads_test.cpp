@@ -1,9 +1,11 @@
 #include "capture/grab_threads.h"
 #include "capture/recording_rules.h"
 #include "scripted_capture.h"
+#include "support/other_user.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 using namespace vireo;
 using namespace vireo::test;
@@ -35,6 +37,22 @@ TEST(StopGrab, WithNothingRunningItTouchesNothing)
     EXPECT_EQ(capture.Flags().m_iCaptureState, capture_state::kRecording);
     EXPECT_EQ(capture.Cam(0).m_iStops + capture.Cam(0).m_iCancels, 0);
     EXPECT_EQ(capture.Flags().m_ePhase, CapturePhase::Stopped);
+}
+
+TEST(StopGrab, EndsACaptureForWhichTheSystemHasNoThreads)
+{
+    EXPECT_TRUE(RunAsOtherUser([] {
+        const rlimit none {};
+        ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
+        ScriptedCapture capture({ .uiCameras = 2 });
+        capture.Start();
+        EXPECT_EQ(capture.Flags().m_ePhase, CapturePhase::Failed);
+        EXPECT_FALSE(capture.Flags().m_bCapturing);
+        for (std::size_t c = 0; c < 2; ++c) {
+            EXPECT_TRUE(capture.Flags().m_bThreadEnded[c]);
+            EXPECT_EQ(capture.Cam(c).m_iStops, 1);
+        }
+    }));
 }
 
 TEST(StopGrab, WakesCamerasThatWaitWithoutLimit)

@@ -36,6 +36,7 @@ public:
     }
     void NotifyAll(WaitPoint& /*point*/) override { }
     void AddThread(std::uint64_t /*uiThread*/) override { }
+    void DropThread(std::uint64_t /*uiThread*/) override { }
     void EnterThread(std::uint64_t /*uiThread*/) override { }
     void LeaveThread(std::uint64_t /*uiThread*/) override { }
     std::uint64_t NewThreadNumber() override { return ++m_uiThreads; }

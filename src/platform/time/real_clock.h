@@ -15,6 +15,7 @@ public:
     void Wait(std::unique_lock<std::mutex>& lock, WaitPoint& point, ClockTime deadline) override;
     void NotifyAll(WaitPoint& point) override;
     void AddThread(std::uint64_t) override { }
+    void DropThread(std::uint64_t) override { }
     void EnterThread(std::uint64_t) override { }
     void LeaveThread(std::uint64_t) override { }
     std::uint64_t NewThreadNumber() override { return ++m_uiThreads; }

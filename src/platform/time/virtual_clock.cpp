@@ -80,6 +80,12 @@ void VirtualClock::AddThread(std::uint64_t uiThread)
     MakeReady(*m_participants.back());
 }
 
+void VirtualClock::DropThread(std::uint64_t uiThread)
+{
+    std::lock_guard lock(m_mutex);
+    std::erase_if(m_participants, [uiThread](const auto& participant) { return participant->uiThread == uiThread; });
+}
+
 void VirtualClock::EnterThread(std::uint64_t uiThread)
 {
     std::unique_lock lock(m_mutex);

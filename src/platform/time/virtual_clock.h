@@ -35,6 +35,7 @@ public:
     void Wait(std::unique_lock<std::mutex>& lock, WaitPoint& point, ClockTime deadline) override;
     void NotifyAll(WaitPoint& point) override;
     void AddThread(std::uint64_t uiThread) override;
+    void DropThread(std::uint64_t uiThread) override;
     void EnterThread(std::uint64_t uiThread) override;
     void LeaveThread(std::uint64_t uiThread) override;
     std::uint64_t NewThreadNumber() override;

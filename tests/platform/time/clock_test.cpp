@@ -1,9 +1,11 @@
 #include "platform/time/real_clock.h"
 #include "platform/time/virtual_clock.h"
+#include "support/other_user.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/resource.h>
 #include <vector>
 
 using namespace vireo;
@@ -43,6 +45,23 @@ TEST(VirtualClock, ThreadsMeetTheirDeadlinesInOrder)
     a.Join();
     b.Join();
     EXPECT_EQ(order, (std::vector<std::string> { "a10", "b20", "c30" }));
+}
+
+TEST(ClockThread, IsNotJoinableAndHoldsNoTimeUpWhenTheSystemHasNoThread)
+{
+    EXPECT_TRUE(test::RunAsOtherUser([] {
+        const rlimit none {};
+        ASSERT_EQ(setrlimit(RLIMIT_NPROC, &none), 0);
+        VirtualClock clock;
+        bool bRan = false;
+        ClockThread thread(clock, [&bRan] { bRan = true; });
+        EXPECT_FALSE(thread.Joinable());
+        EXPECT_TRUE(thread.WaitEnded(kForever));
+        thread.Join();
+        EXPECT_FALSE(bRan);
+        clock.SleepMs(1); // would stand still if the thread were still expected
+        EXPECT_EQ(clock.Now(), kNsPerMs);
+    }));
 }
 
 TEST(VirtualClock, TimeStandsStillWhileAThreadWorks)
