@@ -205,11 +205,18 @@ bool IniStore::WriteEntry(const std::string& strSection, const std::string& strK
 bool IniStore::Replace(const std::string& strBytes)
 {
     // Renaming puts the new file in place of the old one in one step: whoever looks, whenever the
-    // program ends, finds one of the two complete.
-    const std::string strTemporary = m_strFolder + kTemporaryName;
+    // program ends, finds one of the two complete. It is the same file to its owner: its permissions stay, and
+    // where it is a link, what the link leads to is replaced.
     std::error_code error;
+    fs::path file = fs::canonical(m_strFolder + kIniFileName, error);
+    if (error)
+        file = m_strFolder + kIniFileName;
+    const std::string strTemporary = file.parent_path() / kTemporaryName;
+    const fs::perms permissions = fs::status(file, error).permissions();
     if (WriteBytes(strTemporary, strBytes)) {
-        fs::rename(strTemporary, m_strFolder + kIniFileName, error);
+        if (!error)
+            fs::permissions(strTemporary, permissions, error);
+        fs::rename(strTemporary, file, error);
         if (!error)
             return true;
         fs::remove(strTemporary, error);

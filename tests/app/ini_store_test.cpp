@@ -286,6 +286,28 @@ TEST_F(IniStoreTest, ATemporaryFileThatCannotBeMadeLeavesTheFile)
     EXPECT_EQ(File(), "[A]\nkey=1\n");
 }
 
+TEST_F(IniStoreTest, ARewriteKeepsThePermissionsOfTheFile)
+{
+    namespace fs = std::filesystem;
+    SetFile("[A]\r\nb=1\r\n");
+    const fs::perms own = fs::perms::owner_read | fs::perms::owner_write;
+    fs::permissions(m_folder / "Tessel.ini", own);
+    EXPECT_TRUE(m_store.WriteInt("A", "b", 2));
+    EXPECT_EQ(fs::status(m_folder / "Tessel.ini").permissions(), own);
+}
+
+TEST_F(IniStoreTest, AFileThatIsALinkStaysOne)
+{
+    namespace fs = std::filesystem;
+    fs::create_directory(m_folder / "elsewhere");
+    test::WriteFile(m_folder / "elsewhere/mine.ini", "[A]\r\nb=1\r\n");
+    fs::remove(m_folder / "Tessel.ini");
+    fs::create_symlink(m_folder / "elsewhere/mine.ini", m_folder / "Tessel.ini");
+    EXPECT_TRUE(m_store.WriteInt("A", "b", 2));
+    EXPECT_TRUE(fs::is_symlink(m_folder / "Tessel.ini"));
+    EXPECT_EQ(test::ReadFile(m_folder / "elsewhere/mine.ini"), "[A]\r\nb=2\r\n");
+}
+
 TEST_F(IniStoreTest, ATemporaryFileOfAnEarlierCrashIsNoHindrance)
 {
     test::WriteFile(m_folder / "TempTesselIni", std::string(10000, 'x'));
