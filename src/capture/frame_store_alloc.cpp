@@ -75,8 +75,8 @@ bool BuildStore(FrameStore& store, int iFrames, unsigned int uiCameras, std::uin
 
 void StartTouching(CVireoDoc& doc)
 {
-    const int iFirstFrames = std::clamp(
-        BufferFramesFor(kFirstSeconds, doc.m_parameters.m_iFps) - kRingHeadroom, 0, doc.m_store.m_iAllocatedFrames);
+    const auto iFirstFrames = std::clamp<std::int64_t>(
+        std::int64_t { kFirstSeconds } * doc.m_parameters.m_iFps, 0, doc.m_store.m_iAllocatedFrames);
     WindowSystem& window = doc.GetPlatform().window;
     const CaptureParameters& parameters = doc.m_parameters;
     doc.m_store.m_arena->StartTouching(static_cast<std::uint64_t>(iFirstFrames) * SlotStride(doc.m_store.m_uiSlotBytes),
