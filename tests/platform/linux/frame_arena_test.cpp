@@ -181,13 +181,21 @@ TEST_F(FrameArenaTest, TouchesTheRestInTheBackground)
 
 TEST_F(FrameArenaTest, StopsBeforeEverythingIsTouched)
 {
-    ASSERT_TRUE(m_arena.Reserve(1, 4 * kGiB));
-    m_arena.StartTouching(0, 0, NeverShort);
-    m_arena.StopTouching();
-    const std::uint64_t uiTouched = m_arena.TouchedBytes(0);
-    EXPECT_LT(uiTouched, 4 * kGiB);
-    EXPECT_LE(m_arena.ResidentKiB(), (uiTouched + 2 * kStep) / 1024) << "at most the steps at work were finished";
-    m_arena.StopTouching(); // harmless
+    std::latch stopping(1);
+    std::atomic<int> iReadings = 0;
+    LinuxFrameArena arena(m_clock, { .read = [&] {
+        if (++iReadings == 2)
+            stopping.wait(); // after 256 MiB
+        return kPlenty;
+    } });
+    ASSERT_TRUE(arena.Reserve(1, kGiB));
+    arena.StartTouching(0, 0, NeverShort);
+    stopping.count_down();
+    arena.StopTouching();
+    const std::uint64_t uiTouched = arena.TouchedBytes(0);
+    EXPECT_LT(uiTouched, kGiB);
+    EXPECT_LE(arena.ResidentKiB(), (uiTouched + 2 * kStep) / 1024) << "at most the steps at work were finished";
+    arena.StopTouching(); // harmless
 }
 
 TEST_F(FrameArenaTest, GoesOnWhereItStopped)
