@@ -63,12 +63,6 @@ int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN);
     AskForX11();
-    int iToolkitArguments = 1; // the command line is the partner's: the toolkit takes nothing from it
-    QApplication application(iToolkitArguments, argv);
-    InstallJapanese(application);
-    QApplication::setApplicationName(QStringLiteral("Tessel"));
-    QApplication::setQuitOnLastWindowClosed(false);
-
     RealClock clock;
     StderrLog log;
     std::string strError;
@@ -79,6 +73,12 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "tessel: %s\n", strError.c_str());
         return kUsage;
     }
+    int iToolkitArguments = 1; // the command line is the partner's: the toolkit takes nothing from it
+    QApplication application(iToolkitArguments, argv);
+    InstallJapanese(application);
+    QApplication::setApplicationName(QStringLiteral("Tessel"));
+    QApplication::setQuitOnLastWindowClosed(false);
+
     LinuxMemory memory(clock, *memoryOptions);
     const LinuxPaths paths;
     const CodePage932 encoding;
