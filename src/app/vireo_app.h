@@ -57,7 +57,8 @@ public:
     /// threads do not get in each other's way.
     bool NotifyPartner(bool bFinished);
     /// Ends every NotifyPartner that waits, and lets one that follows the last lookup not wait; for a stop of
-    /// the capture.
+    /// the capture. One that is just looking its window up beside another notification may wait all the same:
+    /// camera 0's thread, the only one that waits, never has such a neighbour.
     void CancelNotify();
 
     Platform& GetPlatform() { return m_platform; }

@@ -45,9 +45,11 @@ TEST(OnCloseDocument, ReleasesCamerasStoreAndPanelAndKeepsTheTitles)
 TEST(OnCloseDocument, DisconnectsNothingThatWasNeverConnected)
 {
     CameraDocument bench("simulated:2xFL3-U3-13Y3M");
+    bench.Doc().m_naming.m_astrFileHistory = { "walk" };
     OnCloseDocument(bench.Doc());
     EXPECT_TRUE(bench.m_library.Calls().empty());
     EXPECT_TRUE(bench.Messages().empty());
+    EXPECT_EQ(bench.m_app.ReadIniString("FILENAME", "file1", ""), "walk") << "all the same it is closed";
 }
 
 TEST(OnCloseDocument, IsHarmlessWhenRepeated)

@@ -175,7 +175,7 @@ void TriggerNetwork::Expose(Device& device, ClockTime time)
     const CameraFaults& faults = device.faults;
     const ClockTime latency = run.timing.exposure + run.timing.smallestPeriod;
     if (IsDue(faults.unplug, run.uiExposures)) {
-        run.unplugged = time + latency; // the frames before it still arrive
+        run.unplugged = time + latency; // what was fetched until then has arrived
         return;
     }
     const std::uint64_t uiNumber = run.uiExposures++;

@@ -53,6 +53,20 @@ TEST(DesktopProgram, CancelledConfirmationEndsTheStartSilently)
     EXPECT_EQ(run.m_app->ExitInstance(0, false), 1);
 }
 
+TEST(DesktopProgram, StartWithoutACameraEndsAndStoresNothing)
+{
+    DesktopRun run("", "");
+    QStringList texts;
+    const OnDialog<QMessageBox> read([&texts](QMessageBox& box) {
+        texts << box.text();
+        box.accept();
+    });
+    EXPECT_FALSE(run.m_desktop->Start());
+    EXPECT_FALSE(texts.isEmpty());
+    EXPECT_TRUE(run.m_desktop->Views().empty());
+    EXPECT_EQ(ReadFile(run.m_folder / "Tessel.ini"), "");
+}
+
 TEST(DesktopProgram, PartnersRunAsksNothingAndShowsNoPanel)
 {
     CooperationRequest request;
