@@ -24,18 +24,36 @@ SocketTime After(std::chrono::milliseconds time) { return std::chrono::steady_cl
 PartnerClient::PartnerClient(const std::string& strFolder, std::string_view strTitle)
     : m_address(strFolder, PartnerSocketName(strTitle))
     , m_connection(ConnectSocket(m_address, After(kPostTime)))
+    , m_iConnectError(errno)
     , m_cancelled(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
 }
 
 std::shared_ptr<PartnerClient> PartnerClient::Find(std::string_view strTitle)
 {
-    std::string strError;
-    const std::string strFolder = strTitle.empty() ? std::string() : RuntimeFolder(strError);
-    if (strFolder.empty())
+    Absence eAbsence {};
+    return Find(strTitle, eAbsence);
+}
+
+std::shared_ptr<PartnerClient> PartnerClient::Find(std::string_view strTitle, Absence& eAbsence)
+{
+    eAbsence = Absence::NobodyListens;
+    if (strTitle.empty())
         return nullptr;
+    std::string strError;
+    const std::string strFolder = RuntimeFolder(strError);
+    if (strFolder.empty()) {
+        eAbsence = Absence::Refused;
+        return nullptr;
+    }
     std::shared_ptr<PartnerClient> client(new PartnerClient(strFolder, strTitle));
-    return client->m_connection.IsOpen() ? client : nullptr;
+    if (client->m_connection.IsOpen())
+        return client;
+    if (client->m_iConnectError == EACCES)
+        eAbsence = Absence::Refused;
+    else if (client->m_iConnectError == EAGAIN)
+        eAbsence = Absence::Hung;
+    return nullptr;
 }
 
 bool PartnerClient::Post(int iCommand)

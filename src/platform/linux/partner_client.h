@@ -17,6 +17,15 @@ public:
     /// Null when nobody takes connections under this title.
     static std::shared_ptr<PartnerClient> Find(std::string_view strTitle);
 
+    /// Why there is no window.
+    enum class Absence {
+        NobodyListens,
+        Refused, ///< the folder or the listener is another user's
+        Hung, ///< its program takes no connections
+    };
+    /// As above; when null, the reason is in `eAbsence`.
+    static std::shared_ptr<PartnerClient> Find(std::string_view strTitle, Absence& eAbsence);
+
     bool Post(int iCommand) override;
     bool Send(int iCommand) override;
     void Cancel() override;
@@ -38,6 +47,7 @@ private:
 
     SocketAddress m_address;
     FileDescriptor m_connection; ///< open while it has carried nothing yet
+    int m_iConnectError; ///< errno of the first attempt; means something when that failed
     FileDescriptor m_cancelled; ///< readable once cancelled
 };
 

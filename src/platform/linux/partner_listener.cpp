@@ -116,12 +116,16 @@ SocketListener::~SocketListener()
         m_bStop = true;
     }
     m_changed.notify_all();
+    if (m_handlerThread.joinable())
+        m_handlerThread.join();
+    {
+        std::lock_guard lock(m_mutex);
+        m_bHandlerEnded = true;
+    }
     if (m_wake.IsOpen())
         Wake();
     if (m_peerThread.joinable())
         m_peerThread.join();
-    if (m_handlerThread.joinable())
-        m_handlerThread.join();
     if (m_socket.IsOpen())
         RemoveFile();
 }
@@ -169,6 +173,7 @@ void SocketListener::TalkToPeers()
         if (bConnections)
             AcceptPeers();
     }
+    AnswerFinished(); // the message that ended the listener has been handled like any other
     m_peers.clear();
 }
 
@@ -193,7 +198,7 @@ bool SocketListener::WaitForEvents(bool& bConnections, std::vector<Peer*>& reada
     std::uint64_t uiCount = 0;
     [[maybe_unused]] const ssize_t iRead = read(m_wake.Number(), &uiCount, sizeof uiCount);
     std::lock_guard lock(m_mutex);
-    return !m_bStop;
+    return !m_bHandlerEnded;
 }
 
 void SocketListener::AcceptPeers()

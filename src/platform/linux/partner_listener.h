@@ -21,7 +21,8 @@ namespace vireo {
 /// which their lines were complete. A peer's next line is read when its last one has been answered.
 ///
 /// At most 64 peers are connected; a new one takes the place of the one that has been silent longest.
-/// The destructor waits for a running handler: a handler must not wait for the thread that ends it.
+/// The destructor waits for a running handler, whose sender is still answered: a handler must not wait for the
+/// thread that ends it.
 class SocketListener : public PartnerListener {
 public:
     using Handler = std::function<void(const PartnerMessage&)>;
@@ -92,7 +93,8 @@ private:
     std::condition_variable m_changed;
     std::deque<Work> m_work;
     std::vector<std::uint64_t> m_finished; ///< peers whose message has been handled
-    bool m_bStop = false;
+    bool m_bStop = false; ///< no further message is handled
+    bool m_bHandlerEnded = false; ///< what has been handled is answered, then the peers' thread ends
 
     std::thread m_peerThread;
     std::thread m_handlerThread;

@@ -191,7 +191,9 @@ TEST_F(HungPartner, WithAFullQueueDoesNotExist)
         queue.push_back(ConnectSocket(address, {}));
     } while (queue.back().IsOpen());
     EXPECT_EQ(errno, EAGAIN);
-    EXPECT_EQ(m_link.FindWindow("Hung"), nullptr);
+    auto eAbsence = PartnerClient::Absence::NobodyListens;
+    EXPECT_EQ(PartnerClient::Find("Hung", eAbsence), nullptr);
+    EXPECT_EQ(eAbsence, PartnerClient::Absence::Hung);
     EXPECT_EQ(m_link.Listen("Hung", m_inbox.Handler(), m_strError), nullptr) << "but its title is taken";
 }
 
@@ -248,7 +250,9 @@ TEST_F(OtherUsers, AreNotTakenForTheWindow)
     char c = 0;
     EXPECT_EQ(read(ready[0], &c, 1), 1);
     EXPECT_TRUE(fs::is_socket(SocketFile("Marten")));
-    EXPECT_EQ(m_link.FindWindow("Marten"), nullptr);
+    auto eAbsence = PartnerClient::Absence::NobodyListens;
+    EXPECT_EQ(PartnerClient::Find("Marten", eAbsence), nullptr);
+    EXPECT_EQ(eAbsence, PartnerClient::Absence::Refused);
     EXPECT_EQ(write(over[1], &c, 1), 1);
     impostor.join();
     for (const int iEnd : { ready[0], ready[1], over[0], over[1] })

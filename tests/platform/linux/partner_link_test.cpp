@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -100,6 +101,31 @@ TEST_F(PartnerLinkTest, AWaitForABusyPartnerEndsByItself)
     m_inbox.Hold(true);
     EXPECT_TRUE(window->Send(1));
     m_inbox.Hold(false);
+}
+
+TEST_F(PartnerLinkTest, TheMessageThatEndsTheWindowIsAnsweredToo)
+{
+    for (int i = 0; i < 200; ++i) {
+        std::promise<void> handled;
+        std::unique_ptr<PartnerListener> listener = m_link.Listen(
+            "Tessel", [&handled](const PartnerMessage&) { handled.set_value(); }, m_strError);
+        ASSERT_NE(listener, nullptr) << m_strError;
+        std::future<bool> served = std::async(std::launch::async, [] { return IsServed(1); });
+        handled.get_future().wait();
+        listener.reset();
+        ASSERT_TRUE(served.get()) << i;
+    }
+}
+
+TEST_F(PartnerLinkTest, WhyThereIsNoWindowIsTold)
+{
+    auto eAbsence = PartnerClient::Absence::Hung;
+    EXPECT_EQ(PartnerClient::Find("Tessel", eAbsence), nullptr);
+    EXPECT_EQ(eAbsence, PartnerClient::Absence::NobodyListens);
+    test::WriteFile(m_folder / "file", "");
+    m_runtime.Set(m_folder / "file"); // no folder can be made in it
+    EXPECT_EQ(PartnerClient::Find("Tessel", eAbsence), nullptr);
+    EXPECT_EQ(eAbsence, PartnerClient::Absence::Refused);
 }
 
 TEST_F(PartnerLinkTest, APartnerThatHasGoneTakesNothing)
