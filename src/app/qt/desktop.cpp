@@ -42,6 +42,7 @@ bool Desktop::Start()
 {
     MakeFrame();
     m_window.SetWindows(this);
+    Listen(); // a partner that is told of a start may answer before the windows are there
     CChildFrame& first = OpenView();
     if (!OnNewDocument(*m_doc)) {
         m_bDocumentOpen = true; // what is connected is released
@@ -53,7 +54,6 @@ bool Desktop::Start()
     for (unsigned int uiWindow = 1; uiWindow < m_app.WindowCount(); ++uiWindow)
         InitialUpdate(OpenView());
     m_frame->SetDocumentTitle(QString::fromUtf8(kDocumentTitle));
-    Listen();
 
     m_bShown = true;
     m_frame->ShowAsStored();
