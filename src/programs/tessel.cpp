@@ -62,6 +62,7 @@ int RunDesktop(Platform& platform, QtWindowSystem& window, const std::string& st
 int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow further is a failed write, not the end
     AskForX11();
     RealClock clock;
     StderrLog log;

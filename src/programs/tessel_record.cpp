@@ -40,6 +40,7 @@ void CatchSignals()
     for (const int iSignal : { SIGINT, SIGTERM, SIGHUP })
         sigaction(iSignal, &action, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow further is a failed write, not the end
 }
 
 const char* Environment(const char* pName)
