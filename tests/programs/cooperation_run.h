@@ -100,6 +100,7 @@ protected:
         }
         return exit;
     }
+    std::string RuntimeFolder() const { return m_folder / "runtime"; }
     std::string SettingsFile() const { return m_folder / "config/norvane/Quill/Cooperations/Tessel.ini"; }
     std::string Work(const std::string& strFile) const { return m_folder / ("work/" + strFile); }
     std::vector<std::string> Files() const
