@@ -20,6 +20,14 @@ bool IsRecording(const CVireoDoc& doc)
     return doc.m_capture.m_bCapturing && doc.m_capture.m_iCaptureState == capture_state::kRecording;
 }
 
+// A recording that a failure has cut short never came to the frame at which the partner is told of the end.
+void TellBrokenOff(CVireoDoc& doc)
+{
+    if (doc.Request().NotifiesPartner() && doc.m_store.m_bRecordDone[0] && !doc.m_capture.m_bEndNotified.exchange(true)
+        && doc.App().FindPartnerWindow())
+        doc.App().NotifyPartner(true);
+}
+
 // A cooperation run saves and ends by itself.
 void EndCooperationRun(CVireoDoc& doc)
 {
@@ -31,6 +39,7 @@ void EndCooperationRun(CVireoDoc& doc)
         return;
     }
     StopGrab(doc);
+    TellBrokenOff(doc);
     SaveAvi(doc);
     window.Settle(kExitPauseMs);
     window.PostCommand(command::kExit);

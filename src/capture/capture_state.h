@@ -101,6 +101,7 @@ struct CaptureFlags {
     std::atomic<std::int64_t> m_llStartTime = 0; ///< performance counter of the last start press
     /// Somebody has told the partner of this capture's recording, or does so now: it is told once.
     std::atomic<bool> m_bStartNotified = false;
+    std::atomic<bool> m_bEndNotified = false; ///< ... of its end
 
     // Marks of one recording. The operator's side sets them; camera 0's thread puts them back as it begins one.
     std::atomic<int> m_iMarkStart = 0;

@@ -56,6 +56,7 @@ void MasterRole::BeginRecording(GrabLoop& loop)
         return;
     }
     m_bFinished = false;
+    loop.Capture().m_bEndNotified = false;
     m_bMissedEnded = false;
     ResetRecordCounters(loop.Doc());
 }
@@ -177,6 +178,7 @@ void MasterRole::TellFinished(GrabLoop& loop)
         return;
     m_bFinished = true;
     if (loop.Doc().Request().NotifiesPartner()) {
+        loop.Capture().m_bEndNotified = true;
         CVireoApp& app = loop.Doc().App();
         if (app.FindPartnerWindow()) {
             if (loop.Leaving())

@@ -83,6 +83,7 @@ void GrabThreads::Start(ThreadStartOrder eOrder)
     m_doc.m_store.m_bStopRequest = false;
     m_doc.m_store.m_iCutFrom = 0;
     capture.m_bStartNotified = false;
+    capture.m_bEndNotified = false;
     m_doc.m_store.m_uiDoneCameras = 0; // what an earlier run left would end this one at once
     for (std::size_t c = 0; c < m_uiCameras; ++c) {
         m_status[c].m_lastDelivery = m_clock.Now();

@@ -656,6 +656,17 @@ TEST_F(Partner, IsNotToldAgainOfAStartThatTheViewHasTold)
     EXPECT_FALSE(m_capture.Flags().m_bStartNotified) << "the next recording is a new one";
 }
 
+TEST_F(Partner, IsKnownToHaveBeenToldOfTheEnd)
+{
+    m_capture.Start();
+    ASSERT_TRUE(m_capture.WaitFrames(0, 5));
+    EXPECT_FALSE(m_capture.Flags().m_bEndNotified);
+    ASSERT_TRUE(m_capture.Record());
+    EXPECT_TRUE(m_capture.Flags().m_bEndNotified) << "the end of the run tells no second time";
+    m_capture.Start();
+    EXPECT_FALSE(m_capture.Flags().m_bEndNotified) << "the next recording is a new one";
+}
+
 TEST_F(Partner, IsLookedUpAfreshBeforeItIsToldOfTheEnd)
 {
     m_capture.Test().m_partner.Close("Marten");
