@@ -64,7 +64,7 @@ TEST(DesktopProgram, StartWithoutACameraEndsAndStoresNothing)
     EXPECT_FALSE(run.m_desktop->Start());
     EXPECT_FALSE(texts.isEmpty());
     EXPECT_TRUE(run.m_desktop->Views().empty());
-    EXPECT_EQ(ReadFile(run.m_folder / "Tessel.ini"), "");
+    EXPECT_EQ(test::ReadFile(run.m_folder / "Tessel.ini"), "");
 }
 
 TEST(DesktopProgram, PartnersRunAsksNothingAndShowsNoPanel)
