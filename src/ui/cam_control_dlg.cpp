@@ -198,8 +198,10 @@ void CamControlDlg::UpdateLamp()
     const CaptureFlags& capture = m_doc.m_capture;
     LampFlags flags;
     flags.bCapturing = capture.m_bCapturing;
-    flags.bRecording = capture.m_iCaptureState == capture_state::kRecording;
     flags.bWaiting = capture.m_bTriggerWaitLinear || capture.m_bTriggerWaitRing;
+    // A synchronised trigger wait stands in the recording state before the first edge has come.
+    flags.bRecording = capture.m_iCaptureState == capture_state::kRecording
+        && !(capture.m_bTriggerWaitRing && m_doc.m_store.m_isaveFrameCount[0] < 1);
     flags.bDone = m_doc.m_store.m_bRecordDone[0];
     flags.bPlayback = capture.m_bPlayback;
     flags.bSaving = capture.m_bSaving;

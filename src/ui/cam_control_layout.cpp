@@ -54,13 +54,8 @@ QLabel* CounterLabel(int iId, const char* pText, const char* pWidest)
     return pLabel;
 }
 
-/// A group without a caption.
-QFrame* Card()
-{
-    auto* pCard = new QFrame;
-    pCard->setFrameStyle(QFrame::StyledPanel | QFrame::Raised);
-    return pCard;
-}
+/// A group without a caption, framed as the one with it.
+QGroupBox* Card() { return new QGroupBox; }
 
 } // namespace
 
@@ -104,9 +99,7 @@ void CamControlDlg::MakeControls()
     m_pTriggerWait = Box(1032, "ﾄﾘｶﾞ待");
     m_pPulseSync = Box(1031, "連続パルス同期");
     m_pSaveAfterRecord = Box(1033, "録画後保存");
-    m_pSaveBar = WithId(new QProgressBar, 1029);
-    m_pSaveBar->setTextVisible(false);
-    m_pSaveBar->setMaximumHeight(fontMetrics().height());
+    m_pSaveBar = WithId(new BandProgressBar, 1029);
     m_pSaveBar->setRange(0, 1);
     m_pSaveBar->setValue(0);
 
@@ -142,7 +135,7 @@ void CamControlDlg::MakeHiddenBoxes()
 
 QWidget* CamControlDlg::LayOutPresets()
 {
-    QFrame* pCard = Card();
+    QGroupBox* pCard = Card();
     auto* pGrid = new QGridLayout(pCard);
     pGrid->setContentsMargins(kGap, kGap, kGap, kGap);
     pGrid->setHorizontalSpacing(kGap);
@@ -160,7 +153,7 @@ QWidget* CamControlDlg::LayOutPresets()
 
 QWidget* CamControlDlg::LayOutFileName()
 {
-    QFrame* pCard = Card();
+    QGroupBox* pCard = Card();
     auto* pRow = new QHBoxLayout(pCard);
     pRow->setContentsMargins(kGap, kGap, kGap, kGap);
     pRow->setSpacing(kSmallGap);
@@ -174,7 +167,7 @@ QWidget* CamControlDlg::LayOutFileName()
 
 QWidget* CamControlDlg::LayOutCapture()
 {
-    QFrame* pCard = Card();
+    QGroupBox* pCard = Card();
     auto* pGrid = new QGridLayout(pCard);
     pGrid->setContentsMargins(kGap, kGap, kGap, kGap);
     pGrid->setHorizontalSpacing(kGap);
@@ -192,7 +185,7 @@ QWidget* CamControlDlg::LayOutCapture()
 
 QWidget* CamControlDlg::LayOutPlayback()
 {
-    QFrame* pCard = Card();
+    QGroupBox* pCard = Card();
     auto* pRow = new QHBoxLayout(pCard);
     pRow->setContentsMargins(kGap, kGap, kGap, kGap);
     pRow->setSpacing(kSmallGap);

@@ -1,6 +1,7 @@
 #include "ui/panel_widgets.h"
 
 #include <QPainter>
+#include <QPainterPath>
 #include <QStyle>
 #include <QStyleOptionButton>
 
@@ -58,6 +59,30 @@ void ElidedLabel::paintEvent(QPaintEvent* /*pEvent*/)
     const QString strShown = fontMetrics().elidedText(text(), Qt::ElideMiddle, inside.width());
     style()->drawItemText(&painter, inside, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, palette(),
         isEnabled(), strShown, foregroundRole());
+}
+
+BandProgressBar::BandProgressBar(QWidget* pParent)
+    : QProgressBar(pParent)
+{
+    setFixedHeight(8);
+    setTextVisible(false);
+}
+
+void BandProgressBar::paintEvent(QPaintEvent* /*pEvent*/)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QColor window = palette().color(QPalette::Window);
+    const QRectF groove = QRectF(rect()).adjusted(0, 1, 0, -1);
+    QPainterPath shape;
+    shape.addRoundedRect(groove, groove.height() / 2, groove.height() / 2);
+    painter.setClipPath(shape);
+    painter.fillRect(rect(), window.lightness() < 128 ? window.lighter(140) : window.darker(112));
+    if (value() > minimum() && maximum() > minimum()) {
+        QRectF done = groove;
+        done.setWidth(groove.width() * (value() - minimum()) / (maximum() - minimum()));
+        painter.fillRect(done, palette().color(QPalette::Highlight));
+    }
 }
 
 IndicatorBox::IndicatorBox(const QString& strText, QWidget* pParent)

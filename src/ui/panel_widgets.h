@@ -1,6 +1,7 @@
 #pragma once
 #include <QCheckBox>
 #include <QLabel>
+#include <QProgressBar>
 #include <QPushButton>
 
 namespace vireo {
@@ -12,6 +13,15 @@ public:
     /// Hides QLabel's: keeps the tool tip right.
     void setText(const QString& strText);
     [[nodiscard]] QSize minimumSizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent* pEvent) override;
+};
+
+/// A progress bar as a thin band: a groove while nothing is saved.
+class BandProgressBar : public QProgressBar {
+public:
+    explicit BandProgressBar(QWidget* pParent = nullptr);
 
 protected:
     void paintEvent(QPaintEvent* pEvent) override;

@@ -103,6 +103,7 @@ void PropertySetDlg::LayOut()
     pGrid->addWidget(m_pName, 0, 1, 1, 3);
     pGrid->addWidget(LabelFor("ｾｰﾌﾞフォルダ：", m_pFolder), 1, 0);
     auto* pFolderRow = new QHBoxLayout;
+    pFolderRow->setSpacing(6);
     pFolderRow->addWidget(m_pFolder, 1);
     pFolderRow->addWidget(m_pBrowse);
     pGrid->addLayout(pFolderRow, 1, 1, 1, 3);

@@ -63,7 +63,8 @@ QPalette PaletteOf(const ApplicationLook& look)
     const QColor window = QColor::fromRgb(look.window);
     const QColor text = QColor::fromRgb(look.text);
     const QColor base = QColor::fromRgb(look.base);
-    QPalette palette(QColor::fromRgb(look.button), window);
+    const QColor button = QColor::fromRgb(look.button);
+    QPalette palette(button, window);
     for (const auto eRole : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText })
         palette.setColor(eRole, text);
     palette.setColor(QPalette::Base, base);
@@ -78,7 +79,7 @@ QPalette PaletteOf(const ApplicationLook& look)
     const QColor faint = mix(mix(text, window), window);
     palette.setColor(QPalette::PlaceholderText, mix(text, window));
     for (const auto eRole : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText })
-        palette.setColor(QPalette::Disabled, eRole, mix(faint, mix(text, window)));
+        palette.setColor(QPalette::Disabled, eRole, bDark ? mix(text, button) : mix(faint, mix(text, window)));
     palette.setColor(QPalette::Disabled, QPalette::Highlight, mix(window, QColor::fromRgb(look.highlight)));
     palette.setColor(QPalette::Disabled, QPalette::Base, mix(base, window));
     return palette;

@@ -58,19 +58,22 @@ void CustomizeDlg::LayOut()
     auto* pGrid = new QGridLayout(this);
     pGrid->setContentsMargins(16, 16, 16, 14);
     pGrid->setHorizontalSpacing(12);
+    pGrid->setVerticalSpacing(8);
     pGrid->addWidget(new QLabel(QStringLiteral("ツール バー：")), 0, 0);
     pGrid->addWidget(new QLabel(QStringLiteral("コマンド：")), 0, 1);
     pGrid->addWidget(new QLabel(QStringLiteral("ツール バーのボタン：")), 0, 3);
     pGrid->addWidget(m_pToolBars, 1, 0);
     pGrid->addWidget(m_pAvailable, 1, 1);
     pGrid->addWidget(m_pCommands, 1, 3);
-    auto* pMiddle = new QVBoxLayout;
+    auto* pMiddle = new QVBoxLayout; // without a spacing of their own, inner layouts have none
+    pMiddle->setSpacing(6);
     pMiddle->addStretch(1);
     for (QPushButton* pButton : { m_pAdd, m_pRemove, m_pUp, m_pDown })
         pMiddle->addWidget(pButton);
     pMiddle->addStretch(1);
     pGrid->addLayout(pMiddle, 1, 2);
     auto* pBarButtons = new QGridLayout;
+    pBarButtons->setSpacing(6);
     pBarButtons->addWidget(m_pNew, 0, 0);
     pBarButtons->addWidget(m_pRename, 0, 1);
     pBarButtons->addWidget(m_pDelete, 1, 0);
@@ -81,9 +84,11 @@ void CustomizeDlg::LayOut()
     connect(pButtons, &QDialogButtonBox::accepted, this, [this] { accept(); });
     connect(pButtons, &QDialogButtonBox::rejected, this, [this] { reject(); });
     pGrid->addWidget(pButtons, 3, 0, 1, 4);
+    for (QListWidget* pList : { m_pAvailable, m_pCommands })
+        pList->setMinimumWidth(fontMetrics().height() * 13); // the longest command with its icon
     pGrid->setColumnStretch(1, 1);
     pGrid->setColumnStretch(3, 1);
-    resize(fontMetrics().height() * 44, fontMetrics().height() * 24);
+    resize(fontMetrics().height() * 52, fontMetrics().height() * 28);
 }
 
 void CustomizeDlg::Connect()
@@ -125,7 +130,7 @@ ToolBarContent* CustomizeDlg::Current()
 QString CustomizeDlg::TextOf(int iCommand) const
 {
     const QAction* pAction = m_actions.value(iCommand);
-    return pAction != nullptr ? PlainCommandText(*pAction) : QStringLiteral("――――――");
+    return pAction != nullptr ? PlainCommandText(*pAction) : QStringLiteral("（区切り線）");
 }
 
 void CustomizeDlg::FillToolBars(int iSelect)

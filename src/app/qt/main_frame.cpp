@@ -10,6 +10,7 @@
 #include <QCloseEvent>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QScreen>
 #include <QStatusBar>
@@ -208,6 +209,13 @@ void CMainFrame::OnApplicationLook(int iLook)
         pAction->setChecked(true);
     m_profile.setValue(QLatin1String(kLookKey), m_iLook);
     m_profile.sync();
+    // A child frame takes the colours of its title when it hears that it is active or not, and from nothing else.
+    for (QMdiSubWindow* pFrame : m_pArea->subWindowList()) {
+        const bool bActive = pFrame == m_pArea->activeSubWindow();
+        QEvent activation(bActive ? QEvent::WindowActivate : QEvent::WindowDeactivate);
+        QApplication::sendEvent(pFrame, &activation);
+        pFrame->update();
+    }
     update();
 }
 

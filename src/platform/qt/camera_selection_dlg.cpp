@@ -6,12 +6,14 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <algorithm>
 
 namespace vireo {
 
 namespace {
 
 const char* const kSimulatedVendor = "Simulated";
+constexpr int kRowsShown = 10;
 const char* const kSimulatedText = "シミュレーション";
 
 void FillRow(QTableWidget& table, int iRow, const CameraInfo& camera)
@@ -73,6 +75,13 @@ CameraSelectionDlg::CameraSelectionDlg(std::span<const CameraInfo> cameras, QWid
     for (int iColumn = 0; iColumn < pTable->columnCount(); ++iColumn) // room between the columns
         pTable->setColumnWidth(iColumn, pTable->columnWidth(iColumn) + pTable->fontMetrics().height());
     pTable->horizontalHeader()->setStretchLastSection(true);
+    pTable->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    pTable->horizontalHeader()->setHighlightSections(false);
+    // As high as its rows; beyond a handful it scrolls.
+    const int iShown = std::clamp(pTable->rowCount(), 3, kRowsShown);
+    pTable->setSizeAdjustPolicy(QAbstractScrollArea::AdjustToContents);
+    pTable->setMinimumHeight(pTable->horizontalHeader()->sizeHint().height()
+        + iShown * pTable->verticalHeader()->defaultSectionSize() + 2 * pTable->frameWidth());
 
     auto* pButtons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
     connect(pButtons, &QDialogButtonBox::accepted, this, &QDialog::accept);
@@ -84,7 +93,9 @@ CameraSelectionDlg::CameraSelectionDlg(std::span<const CameraInfo> cameras, QWid
     pLayout->addWidget(pButtons);
     pButtons->button(QDialogButtonBox::Ok)->setDefault(true);
     pButtons->button(QDialogButtonBox::Ok)->setFocus();
-    resize(fontMetrics().height() * 34, fontMetrics().height() * 16);
+    pLayout->setContentsMargins(16, 16, 16, 14);
+    pLayout->setSpacing(12);
+    resize(fontMetrics().height() * 34, sizeHint().height());
 }
 
 } // namespace vireo

@@ -5,7 +5,9 @@
 #include <QApplication>
 #include <QDialog>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QRegularExpression>
 #include <QThread>
 #include <utility>
 
@@ -30,6 +32,22 @@ QString TrimmedText(const std::string& strText)
         text.chop(1);
     return text;
 }
+
+/// A pattern is no name: it stands there to be typed over.
+class SavePathDialog : public QFileDialog {
+public:
+    using QFileDialog::QFileDialog;
+
+protected:
+    void accept() override
+    {
+        auto* pName = findChild<QLineEdit*>();
+        if (pName == nullptr || !pName->text().contains(QRegularExpression(QStringLiteral("[*?]"))))
+            QFileDialog::accept();
+        else
+            pName->selectAll();
+    }
+};
 
 } // namespace
 
@@ -136,7 +154,7 @@ std::optional<std::string> QtWindowSystem::ChooseSavePath(const SavePathRequest&
     if (m_bTerminating)
         return std::nullopt;
     const UiQueue::Busy busy(m_queue);
-    QFileDialog dialog(DialogOwner(), QStringLiteral("名前を付けて保存"));
+    SavePathDialog dialog(DialogOwner(), QStringLiteral("名前を付けて保存"));
     dialog.setObjectName(QStringLiteral("save_path"));
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.setAcceptMode(QFileDialog::AcceptSave);

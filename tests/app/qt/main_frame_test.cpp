@@ -5,6 +5,7 @@
 #include "support/temporary_folder.h"
 #include "support/test_platform.h"
 
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
 #include <QStatusBar>
@@ -354,6 +355,37 @@ TEST_F(MainFrameTest, StatusBarCanBeHidden)
     EXPECT_FALSE(frame.statusBar()->isVisible());
     frame.Command(59393)->trigger();
     EXPECT_TRUE(frame.statusBar()->isVisible());
+}
+
+TEST_F(MainFrameTest, ViewsTitleFollowsTheLook)
+{
+    const auto titleColours = [](CMainFrame& frame) {
+        test::Pump();
+        QStringList colours;
+        for (QMdiSubWindow* pFrame : frame.Area().subWindowList())
+            colours.append(pFrame->grab().toImage().pixelColor(pFrame->width() / 4, 8).name());
+        return colours;
+    };
+    const auto openWithViews = [this]() -> CMainFrame& {
+        CMainFrame& frame = Open();
+        for (int i = 0; i < 2; ++i)
+            frame.Area().addSubWindow(new QLabel)->resize(300, 200);
+        frame.show();
+        frame.activateWindow();
+        return frame;
+    };
+    QList<QStringList> expected;
+    for (int iLook = menu::kLookFirst; iLook <= menu::kLookLast; ++iLook) {
+        m_profile.setValue(QStringLiteral("ApplicationLook"), iLook);
+        expected.append(titleColours(openWithViews()));
+    }
+    CMainFrame& frame = openWithViews();
+    const QMdiSubWindow* pActive = frame.Area().activeSubWindow();
+    for (int iLook = menu::kLookFirst; iLook <= menu::kLookLast; ++iLook) {
+        frame.OnApplicationLook(iLook);
+        EXPECT_EQ(titleColours(frame), expected[iLook - menu::kLookFirst]) << iLook;
+        EXPECT_EQ(frame.Area().activeSubWindow(), pActive);
+    }
 }
 
 } // namespace

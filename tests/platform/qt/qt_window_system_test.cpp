@@ -210,6 +210,22 @@ TEST_F(QtWindowSystemTest, SaveDialogAsksAsItShould)
     EXPECT_EQ(strPath, QDir::tempPath().toStdString() + "/take.new");
 }
 
+TEST_F(QtWindowSystemTest, SaveDialogTakesNoPatternForAName)
+{
+    OnDialog<QFileDialog> dialog([](QFileDialog& shown) {
+        auto* pName = shown.findChild<QLineEdit*>();
+        for (const char* pPattern : { "*.avi", "take?" }) {
+            pName->setText(QString::fromLatin1(pPattern));
+            QMetaObject::invokeMethod(&shown, "accept");
+            EXPECT_TRUE(shown.isVisible()) << pPattern;
+            EXPECT_EQ(pName->selectedText(), QString::fromLatin1(pPattern));
+        }
+        shown.reject();
+    });
+    EXPECT_EQ(m_window.ChooseSavePath({ "ファイル(*.avi)", "*.avi", "avi", "" }), std::nullopt);
+    EXPECT_TRUE(dialog.WasHandled());
+}
+
 TEST_F(QtWindowSystemTest, SaveDialogCancelledGivesNoPath)
 {
     OnDialog<QFileDialog> dialog([](QFileDialog& shown) { shown.reject(); });
