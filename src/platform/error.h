@@ -60,6 +60,8 @@ public:
     {
         return m_strDescription.empty() ? std::string(ErrorTypeName(m_eType)) : m_strDescription;
     }
+    /// The library gave words of its own.
+    [[nodiscard]] bool HasDescription() const { return !m_strDescription.empty(); }
     [[nodiscard]] bool IsOk() const { return m_eType == ErrorType::Ok; }
     friend bool operator==(const Error& error, ErrorType eType) { return error.m_eType == eType; }
 

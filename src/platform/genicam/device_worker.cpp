@@ -11,7 +11,7 @@ DeviceWorker::DeviceWorker(Clock& clock)
 
 DeviceWorker::~DeviceWorker()
 {
-    const bool bIdle = Call([] { return true; }, kGrace).has_value();
+    const bool bIdle = !m_bAbandoned && Call([] { return true; }, kGrace).has_value();
     {
         std::lock_guard lock(m_queue->m_mutex);
         m_queue->m_bQuit = true;

@@ -18,7 +18,7 @@ namespace vireo {
 class DeviceWorker {
 public:
     explicit DeviceWorker(Clock& clock);
-    /// Waits at most `kGrace` for the jobs that are left; then they end by themselves.
+    /// Waits at most `kGrace` for the jobs that are left, unless abandoned; then they end by themselves.
     ~DeviceWorker();
     DeviceWorker(const DeviceWorker&) = delete;
     DeviceWorker& operator=(const DeviceWorker&) = delete;
@@ -27,6 +27,9 @@ public:
 
     /// Puts a job into the queue and returns.
     void Post(std::function<void()> job);
+
+    /// The device is dead: nobody waits for it at the end.
+    void Abandon() { m_bAbandoned = true; }
 
     /// Runs `job` on the thread and returns its result; nothing when it takes longer than `limit`.
     template <typename Job> auto Call(Job job, ClockTime limit) -> std::optional<decltype(job())>
@@ -70,6 +73,7 @@ private:
 
     Clock& m_clock;
     std::shared_ptr<Queue> m_queue;
+    bool m_bAbandoned = false;
     std::thread m_thread;
 };
 

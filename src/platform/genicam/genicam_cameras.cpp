@@ -100,7 +100,12 @@ template <typename Base> Error GenicamCameraBase<Base>::SetTriggerMode(const Tri
 
 template <typename Base> Error GenicamCameraBase<Base>::GetStrobeInfo(StrobeInfo& info)
 {
-    return m_device.Fill(info, ReadStrobeInfo);
+    const Error error = m_device.Fill(info, ReadStrobeInfo);
+    if (error.IsOk() && !info.present) // no error, but the log tells which camera it was
+        (void)m_device.Do([uiLine = info.source](OpenDevice& device) {
+            return device.features->Fail(ErrorType::NotSupported, "no strobe on line " + std::to_string(uiLine));
+        });
+    return error;
 }
 
 template <typename Base> Error GenicamCameraBase<Base>::GetStrobe(StrobeControl& control)

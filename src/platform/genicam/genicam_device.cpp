@@ -15,6 +15,7 @@ constexpr std::uint32_t kMaxBuffers = 4096;
 constexpr ClockTime kPinsEvery = 20 * kNsPerMs; ///< a level is asked for over the network, not per frame
 constexpr ClockTime kLook = kNsPerSecond / 2; ///< how often a waiting grab thread looks at the camera
 constexpr ClockTime kSilence = kNsPerSecond; ///< without a frame, before the camera is asked
+constexpr ClockTime kLeastPatience = kNsPerSecond / 2; ///< for a camera that owes an answer already
 constexpr std::uint32_t kDomainTag = 0x47000000;
 
 /// Every camera has its own clock; the number only has to differ.
@@ -33,7 +34,8 @@ void StoreWord(std::uint8_t* pBytes, std::uint32_t uiValue)
 } // namespace
 
 DeviceSession::DeviceSession(Clock& clock, std::string strName)
-    : m_strName(std::move(strName))
+    : m_clock(clock)
+    , m_strName(std::move(strName))
     , m_link(std::make_shared<DeviceLink>(clock))
     , m_embedding(std::make_shared<Embedding>())
     , m_device(std::make_shared<OpenDevice>(m_link, m_embedding))
@@ -47,6 +49,8 @@ DeviceSession::~DeviceSession()
     // The device's own thread lets go of the stream, then of the camera; both may take long.
     m_worker.Post([run = SetRun(nullptr)]() mutable { run.reset(); });
     m_worker.Post([device = std::move(m_device)]() mutable { device.reset(); });
+    if (m_link->IsGone())
+        m_worker.Abandon();
 }
 
 Error DeviceSession::Gone() const { return { ErrorType::Disconnected, m_strName + ": " + m_link->Reason() }; }
@@ -55,7 +59,8 @@ Error DeviceSession::Do(const Job& job, ClockTime limit)
 {
     if (m_link->IsGone())
         return Gone();
-    const std::optional<Error> result = m_worker.Call([device = m_device, job] { return job(*device); }, limit);
+    const std::optional<Error> result =
+        m_worker.Call([device = m_device, job] { return job(*device); }, Patience(limit));
     if (!result) {
         m_link->SetGone("it does not answer");
         return Gone();
@@ -63,6 +68,16 @@ Error DeviceSession::Do(const Job& job, ClockTime limit)
     if (*result == ErrorType::Disconnected)
         m_link->SetGone("it does not answer");
     return *result;
+}
+
+/// A camera that owes the grab thread an answer gets no time beyond that: where several died together, a stop would
+/// add up their limits.
+ClockTime DeviceSession::Patience(ClockTime limit) const
+{
+    const ClockTime askedAt = m_askedAt;
+    if (askedAt == 0 || *m_answered)
+        return limit;
+    return std::clamp<ClockTime>(askedAt + kAnswerLimit - m_clock.Now(), kLeastPatience, limit);
 }
 
 void DeviceSession::Later(const Job& job)
@@ -101,6 +116,7 @@ void DeviceSession::Watch(ClockTime now)
 GenicamDevice::GenicamDevice(Clock& clock, Log& log, FindRecord findRecord, bool bGigE)
     : m_clock(clock)
     , m_log(log)
+    , m_notes(log)
     , m_findRecord(std::move(findRecord))
     , m_bGigE(bGigE)
 {
@@ -135,9 +151,9 @@ Error GenicamDevice::Connect(const PGRGuid& guid)
         },
         DeviceSession::kOpenLimit);
     if (error == ErrorType::Disconnected) // it was listed once and does not answer now
-        return { ErrorType::NotFound, error.GetDescription() };
+        return m_notes.Note({ ErrorType::NotFound, error.GetDescription() });
     if (!error.IsOk())
-        return error;
+        return m_notes.Note(error);
     session->m_info = *info;
     session->m_info.clockDomain = ClockDomainOf(guid);
     std::lock_guard lock(m_csSession);
@@ -199,10 +215,10 @@ Error GenicamDevice::SetConfiguration(const FC2Config& config)
     return {};
 }
 
-Error GenicamDevice::Do(const DeviceSession::Job& job) const
+Error GenicamDevice::Do(const DeviceSession::Job& job)
 {
     const auto session = Session();
-    return session ? session->Do(job) : Error(ErrorType::NotConnected);
+    return session ? m_notes.Note(session->Do(job)) : Error(ErrorType::NotConnected);
 }
 
 Error GenicamDevice::PrepareCapture()
@@ -228,7 +244,7 @@ Error GenicamDevice::PrepareCapture()
     });
     if (!error.IsOk()) {
         session->Link()->EndRun();
-        return error;
+        return m_notes.Note(error);
     }
     session->m_memory = *memory;
     session->Heard(m_clock.Now());

@@ -1,6 +1,7 @@
 #pragma once
 #include "platform/camera_library.h"
 #include "platform/clock.h"
+#include "platform/failure_notes.h"
 #include "platform/genicam/device_link.h"
 #include "platform/genicam/device_worker.h"
 #include "platform/genicam/discovery.h"
@@ -61,6 +62,9 @@ public:
     CameraInfo m_info; ///< written once, before anybody else knows the session
 
 private:
+    ClockTime Patience(ClockTime limit) const;
+
+    Clock& m_clock;
     std::string m_strName;
     std::shared_ptr<DeviceLink> m_link;
     std::shared_ptr<Embedding> m_embedding;
@@ -68,7 +72,7 @@ private:
     std::shared_ptr<StreamRun> m_run;
     std::shared_ptr<OpenDevice> m_device;
     ClockTime m_heardAt = 0;
-    ClockTime m_askedAt = 0; ///< 0: no question is open
+    std::atomic<ClockTime> m_askedAt = 0; ///< 0: no question is open
     std::shared_ptr<std::atomic<bool>> m_answered = std::make_shared<std::atomic<bool>>(false);
     DeviceWorker m_worker;
 };
@@ -90,9 +94,9 @@ public:
     Error SetConfiguration(const FC2Config& config);
 
     /// Runs `job` on the open camera; its errors as they come.
-    Error Do(const DeviceSession::Job& job) const;
+    Error Do(const DeviceSession::Job& job);
     /// The same for a call that fills a record: `value` goes in, and comes back only on success.
-    template <typename T> Error Fill(T& value, Error (*pRead)(OpenDevice&, T&)) const
+    template <typename T> Error Fill(T& value, Error (*pRead)(OpenDevice&, T&))
     {
         auto copy = std::make_shared<T>(value); // the job may outlive this call
         const Error error = Do([copy, pRead](OpenDevice& device) { return pRead(device, *copy); });
@@ -122,6 +126,7 @@ private:
 
     Clock& m_clock;
     Log& m_log;
+    FailureNotes m_notes;
     FindRecord m_findRecord;
     bool m_bGigE;
 

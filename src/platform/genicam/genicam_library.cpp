@@ -5,10 +5,15 @@
 
 #include <algorithm>
 #include <mutex>
+#include <optional>
+#include <utility>
 
 namespace vireo {
 
 namespace {
+
+/// A look takes a second: the list that the operator was just shown is counted as it is.
+constexpr ClockTime kFresh = kNsPerSecond;
 
 /// The driver keeps one list of devices for the whole process.
 std::mutex g_csDiscovery;
@@ -47,6 +52,7 @@ private:
     mutable std::mutex m_csDevices;
     std::vector<DeviceRecord> m_devices;
     bool m_bListed = false;
+    std::optional<ClockTime> m_listedAt; ///< a list that nobody has counted yet
 };
 
 Error GenicamLibrary::Refresh()
@@ -80,8 +86,8 @@ bool GenicamLibrary::Find(const PGRGuid& guid, DeviceRecord& record) const
 
 std::vector<CameraInfo> GenicamLibrary::ListCameras()
 {
-    if (!m_bListed)
-        (void)Refresh();
+    if (!m_bListed && Refresh().IsOk())
+        m_listedAt = m_clock.Now();
     std::lock_guard lock(m_csDevices);
     std::vector<CameraInfo> cameras;
     for (const DeviceRecord& device : m_devices) {
@@ -97,8 +103,10 @@ std::vector<CameraInfo> GenicamLibrary::ListCameras()
 
 Error GenicamLibrary::GetNumOfCameras(unsigned int& uiCount)
 {
-    if (Error error = Refresh(); !error.IsOk())
-        return error;
+    const std::optional<ClockTime> listedAt = std::exchange(m_listedAt, std::nullopt);
+    if (!listedAt || m_clock.Now() - *listedAt > kFresh)
+        if (Error error = Refresh(); !error.IsOk())
+            return error;
     std::lock_guard lock(m_csDevices);
     uiCount = static_cast<unsigned int>(m_devices.size());
     return {};

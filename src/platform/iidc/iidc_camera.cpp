@@ -14,8 +14,9 @@ Error WhileCapturing(const IidcDevice& device)
 
 } // namespace
 
-IidcCamera::IidcCamera(Clock& clock, OpenCamera openCamera)
-    : m_openCamera(std::move(openCamera))
+IidcCamera::IidcCamera(Clock& clock, Log& log, OpenCamera openCamera)
+    : m_notes(log)
+    , m_openCamera(std::move(openCamera))
     , m_capture(clock)
 {
 }
@@ -29,7 +30,7 @@ Error IidcCamera::Connect(const PGRGuid& guid)
     Dc1394Camera camera;
     IidcRecord record;
     if (Error error = m_openCamera(guid, camera, record); !error.IsOk())
-        return error;
+        return m_notes.Note(error);
     if (camera->bmode_capable != DC1394_FALSE) { // the fast half of the bus
         dc1394_video_set_operation_mode(camera.get(), DC1394_OPERATION_MODE_1394B);
         dc1394_video_set_iso_speed(camera.get(), DC1394_ISO_SPEED_800);

@@ -1,6 +1,7 @@
 #pragma once
 #include "platform/camera_library.h"
 #include "platform/clock.h"
+#include "platform/failure_notes.h"
 #include "platform/iidc/iidc_capture.h"
 #include "platform/iidc/iidc_device.h"
 
@@ -16,7 +17,7 @@ class IidcCamera final : public Camera {
 public:
     /// Opens the camera behind a guid; `record` says who it is.
     using OpenCamera = std::function<Error(const PGRGuid& guid, Dc1394Camera& camera, IidcRecord& record)>;
-    IidcCamera(Clock& clock, OpenCamera openCamera);
+    IidcCamera(Clock& clock, Log& log, OpenCamera openCamera);
     ~IidcCamera() override;
 
     Error Connect(const PGRGuid& guid) override;
@@ -57,10 +58,11 @@ private:
         std::lock_guard lock(m_csDevice);
         if (!m_device)
             return ErrorType::NotConnected;
-        return m_device->IsGone() ? m_device->Gone() : job(*m_device);
+        return m_notes.Note(m_device->IsGone() ? m_device->Gone() : job(*m_device));
     }
     Error StopLocked();
 
+    FailureNotes m_notes;
     OpenCamera m_openCamera;
     std::mutex m_csRetrieve; ///< held by the grab thread while it fetches a frame; before m_csDevice
     mutable std::mutex m_csDevice;

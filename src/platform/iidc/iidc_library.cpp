@@ -3,6 +3,7 @@
 #include "platform/iidc/iidc_camera.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace vireo {
 
@@ -14,6 +15,14 @@ PGRGuid MakeGuid(const CameraInfo& info, const dc1394camera_id_t& id)
 {
     return { { kGuidTag, info.serialNumber, static_cast<std::uint32_t>(id.guid >> 32) ^ id.unit,
         static_cast<std::uint32_t>(id.guid) } };
+}
+
+/// As it stands in the camera's own memory, and often on its label.
+std::string GuidText(std::uint64_t uiGuid)
+{
+    char szText[17] = {};
+    std::snprintf(szText, sizeof szText, "%016llx", static_cast<unsigned long long>(uiGuid));
+    return szText;
 }
 
 /// What the driver has to say goes where everything goes.
@@ -96,7 +105,8 @@ void IidcLibrary::Refresh()
         if (Identify(list->ids[i], record))
             found.push_back(std::move(record));
         else
-            m_log.Write("an IIDC camera cannot be opened; another program may hold it");
+            m_log.Write(
+                "the IIDC camera " + GuidText(list->ids[i].guid) + " cannot be opened; another program may hold it");
     }
     m_cameras = std::move(found);
 }
@@ -139,9 +149,11 @@ Error IidcLibrary::GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRGui
     for (const IidcRecord& camera : m_cameras) {
         if (camera.info.serialNumber != uiSerialNumber)
             continue;
-        if (pFound != nullptr)
-            return { ErrorType::InvalidParameter,
-                "two cameras have the serial number " + std::to_string(uiSerialNumber) };
+        if (pFound != nullptr) {
+            const std::string strText = "two cameras have the serial number " + std::to_string(uiSerialNumber);
+            m_log.Write(strText);
+            return { ErrorType::InvalidParameter, strText };
+        }
         pFound = &camera;
     }
     if (pFound == nullptr)
@@ -176,7 +188,7 @@ std::unique_ptr<Camera> IidcLibrary::CreateCamera(const PGRGuid& guid)
     if (Find(guid) == nullptr)
         return nullptr;
     return std::make_unique<IidcCamera>(
-        m_clock, [this](const PGRGuid& wanted, Dc1394Camera& camera, IidcRecord& record) {
+        m_clock, m_log, [this](const PGRGuid& wanted, Dc1394Camera& camera, IidcRecord& record) {
             return Open(wanted, camera, record);
         });
 }
