@@ -23,10 +23,11 @@ namespace {
 
 using namespace vireo::peers;
 
-constexpr const char* kUsage = "tessel-fake-gige [--camera ADDRESS,SERIAL,MODEL[,modern|older|bare]]... [--count N]\n"
-                               "                 [--fault RULE]... [--trigger HZ[@DELAY_MS]] [--until-eof]\n"
-                               "  RULE = lose|torn|drop:CAMERA@N[xCOUNT] or hang|quit:CAMERA@N\n"
-                               "  without --camera: N cameras (default 4) GS3-PGE-23S6M at 127.0.0.1, 127.0.0.2, ...\n";
+constexpr const char* kUsage =
+    "tessel-fake-gige [--camera ADDRESS,SERIAL,MODEL[,modern|older|bare]]...\n"
+    "                 [--count N] [--model MODEL] [--fault RULE]... [--trigger HZ[@DELAY_MS]] [--until-eof]\n"
+    "  RULE = lose|torn|drop:CAMERA@N[xCOUNT] or hang|quit:CAMERA@N\n"
+    "  without --camera: N cameras (default 4) of a model (default GS3-PGE-23S6M) at 127.0.0.1, 127.0.0.2, ...\n";
 
 volatile std::sig_atomic_t g_iQuit = 0;
 void OnSignal(int) { g_iQuit = 1; }
@@ -86,6 +87,7 @@ bool SetTrigger(const std::string& strText, Generator& generator)
 bool ParseOptions(int argc, char** argv, Options& options)
 {
     int iCount = 4;
+    std::string strModel = "GS3-PGE-23S6M";
     for (int i = 1; i < argc; i++) {
         const std::string strName = argv[i];
         if (strName == "--until-eof") {
@@ -104,13 +106,15 @@ bool ParseOptions(int argc, char** argv, Options& options)
             bGood = SetTrigger(strValue, options.generator);
         else if (strName == "--count")
             bGood = (iCount = std::atoi(strValue.c_str())) >= 1 && iCount <= 64;
+        else if (strName == "--model")
+            bGood = !(strModel = strValue).empty() && strModel.find(',') == std::string::npos;
         if (!bGood)
             return false;
     }
     if (options.cameras.empty())
         for (int i = 0; i < iCount; i++)
             AddCamera(
-                "127.0.0." + std::to_string(i + 1) + "," + std::to_string(15000001 + i) + ",GS3-PGE-23S6M", options);
+                "127.0.0." + std::to_string(i + 1) + "," + std::to_string(15000001 + i) + "," + strModel, options);
     for (std::size_t i = 0; i < options.cameras.size(); i++) {
         options.cameras[i].uiMac = static_cast<std::uint32_t>(i + 1);
         if (i < options.faults.size())
