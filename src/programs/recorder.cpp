@@ -183,8 +183,11 @@ bool Recorder::WaitLive(CVireoDoc& doc)
         return true;
     };
     const bool bLive = m_window.WaitFor(live, m_app.GetPlatform().clock.Now() + kLiveWait);
-    if (!doc.m_capture.m_bCapturing)
-        return FailWithMessage("the capture ended before a frame came");
+    if (!doc.m_capture.m_bCapturing) {
+        FailWithMessage("the capture ended before a frame came");
+        NameLostCameras(doc);
+        return false;
+    }
     if (m_stopRequests() > 0)
         return Fail(record_status::kFailed, "stopped before the recording began");
     if (bLive)
@@ -240,11 +243,30 @@ bool Recorder::EndRecording(CVireoDoc& doc, const char* pGivenUp)
             return Fail(record_status::kFailed, pGivenUp);
         if (m_stopRequests() > 0)
             return Fail(record_status::kFailed, "stopped before the recording began");
-        return FailWithMessage("the recording failed");
+        FailWithMessage("the recording failed");
+        NameLostCameras(doc);
+        return false;
     }
-    if (doc.m_store.m_iCutFrom > 0)
+    if (doc.m_store.m_iCutFrom > 0) {
         FailWithMessage("the recording was cut short");
+        NameLostCameras(doc);
+    }
     return true;
+}
+
+// The core's message counts cameras from one; who has four on the bench looks for the number on the label.
+void Recorder::NameLostCameras(CVireoDoc& doc)
+{
+    std::string strLost;
+    for (unsigned int c = 0; c < doc.m_cameras.m_uiNumCameras; ++c) {
+        CameraInfo info;
+        const bool bSilent =
+            doc.m_grabThreads && c < doc.m_grabThreads->Cameras() && doc.m_grabThreads->Status(c).m_bStalled;
+        if (bSilent || !CameraOf(doc, c).GetCameraInfo(info).IsOk())
+            strLost += FormatText("%s%u", strLost.empty() ? "" : ", ", doc.m_cameras.m_uiSerialNumber[c]);
+    }
+    if (!strLost.empty())
+        m_outcome.strError += " (lost: camera " + strLost + ")";
 }
 
 void Recorder::SaveTake(CVireoDoc& doc)

@@ -50,6 +50,7 @@ private:
     bool WaitLive(CVireoDoc& doc);
     bool Record(CVireoDoc& doc);
     bool EndRecording(CVireoDoc& doc, const char* pGivenUp);
+    void NameLostCameras(CVireoDoc& doc);
     void SaveTake(CVireoDoc& doc);
     RecordingPreset Values();
 

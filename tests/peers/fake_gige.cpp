@@ -26,7 +26,7 @@ using namespace vireo::peers;
 constexpr const char* kUsage =
     "tessel-fake-gige [--camera ADDRESS,SERIAL,MODEL[,modern|older|bare]]...\n"
     "                 [--count N] [--model MODEL] [--fault RULE]... [--trigger HZ[@DELAY_MS]] [--until-eof]\n"
-    "  RULE = lose|torn|drop:CAMERA@N[xCOUNT] or hang|quit:CAMERA@N\n"
+    "  RULE = lose|torn|drop:CAMERA@N[xCOUNT] or hang|quit:CAMERA@N or quit:CAMERA@armed\n"
     "  without --camera: N cameras (default 4) of a model (default GS3-PGE-23S6M) at 127.0.0.1, 127.0.0.2, ...\n";
 
 volatile std::sig_atomic_t g_iQuit = 0;
@@ -179,6 +179,8 @@ public:
                 ServeBroadcast();
             if (waits.back().revents != 0 && ReadInput() <= 0)
                 return 0;
+            if (IsTiredOfWaiting())
+                std::_Exit(3);
             for (const Exposure& exposure : m_wiring->Advance(Now()))
                 if (!m_cameras[exposure.uiCamera]->SendFrame(exposure))
                     std::_Exit(3); // as sudden as a pulled plug
@@ -197,6 +199,18 @@ private:
             camera->Serve(Now());
             camera->CheckHeartbeat(Now());
         }
+    }
+
+    /// A camera with that fault has been armed for a second.
+    bool IsTiredOfWaiting()
+    {
+        bool bArmed = false;
+        for (const auto& camera : m_cameras)
+            bArmed =
+                bArmed || (camera->Faults().bQuitArmed && camera->Camera().Acquiring() && camera->Camera().TriggerOn());
+        if (!bArmed)
+            m_armedAt = Now();
+        return Now() - m_armedAt > kNsPerSecond;
     }
 
     static ssize_t ReadInput()
@@ -221,6 +235,7 @@ private:
     std::vector<std::unique_ptr<GigeCamera>> m_cameras;
     std::unique_ptr<CameraWiring> m_wiring;
     int m_iBroadcast = -1;
+    std::int64_t m_armedAt = 0;
 };
 
 } // namespace

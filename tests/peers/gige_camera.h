@@ -32,6 +32,7 @@ public:
     std::string Open();
     int ControlSocket() const { return m_iControl; }
     SoftCamera& Camera() { return m_camera; }
+    const PeerFaults& Faults() const { return m_setup.faults; }
 
     /// Answers everything that has arrived. `now` in ns since the host's start.
     void Serve(std::int64_t now);

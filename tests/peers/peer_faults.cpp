@@ -42,8 +42,12 @@ bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults)
     std::string_view strRest = strRule.substr(uiColon + 1);
     std::uint64_t uiCamera = 0;
     Numbers numbers;
-    if (!TakeNumber(strRest, uiCamera) || uiCamera >= 64 || !TakeCharacter(strRest, '@')
-        || !TakeNumber(strRest, numbers.uiFirst))
+    if (!TakeNumber(strRest, uiCamera) || uiCamera >= 64 || !TakeCharacter(strRest, '@'))
+        return false;
+    const bool bArmed = strKind == "quit" && strRest == "armed";
+    if (bArmed)
+        strRest = {};
+    else if (!TakeNumber(strRest, numbers.uiFirst))
         return false;
     const bool bCount = TakeCharacter(strRest, 'x');
     if ((bCount && !TakeNumber(strRest, numbers.uiCount)) || !strRest.empty())
@@ -51,7 +55,9 @@ bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults)
     if (faults.size() <= uiCamera)
         faults.resize(uiCamera + 1);
     PeerFaults& camera = faults[uiCamera];
-    if (strKind == "lose")
+    if (bArmed)
+        camera.bQuitArmed = true;
+    else if (strKind == "lose")
         camera.lose.push_back(numbers);
     else if (strKind == "torn")
         camera.torn.push_back(numbers);

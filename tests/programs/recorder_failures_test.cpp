@@ -9,13 +9,14 @@ TEST(RecorderFailure, ACameraThatFailsCutsTheTakeToWhatEveryCameraHas)
         const char* pCameras;
         const char* pFaults;
         const char* pError;
+        unsigned int uiLost;
         int iFewest;
     } kRows[] = {
-        { kFour, "hang:3@400", "カメラ４のデータ取得に失敗しました(18)", 300 },
-        { kFour, "hang:0@400", "カメラ１のデータ取得に失敗しました(18)", 300 },
-        { kFour, "unplug:0@400", "カメラ１のデータ取得に失敗しました(12)", 300 },
-        { kFour, "unplug:2@400", "カメラ３のデータ取得に失敗しました(12)", 300 },
-        { "simulated:2xGRAS-03K2@12000001", "unplug:1@400", "[1]->RetrieveBuffer()に失敗(12)", 200 },
+        { kFour, "hang:3@400", "カメラ４のデータ取得に失敗しました(18)", 13000004, 300 },
+        { kFour, "hang:0@400", "カメラ１のデータ取得に失敗しました(18)", 13000001, 300 },
+        { kFour, "unplug:0@400", "カメラ１のデータ取得に失敗しました(12)", 13000001, 300 },
+        { kFour, "unplug:2@400", "カメラ３のデータ取得に失敗しました(12)", 13000003, 300 },
+        { "simulated:2xGRAS-03K2@12000001", "unplug:1@400", "[1]->RetrieveBuffer()に失敗(12)", 12000002, 200 },
     };
     for (const auto& row : kRows)
         for (const bool bStrict : { false, true }) {
@@ -25,7 +26,7 @@ TEST(RecorderFailure, ACameraThatFailsCutsTheTakeToWhatEveryCameraHas)
             Take take(row.pCameras, row.pFaults, options);
             const RecordOutcome outcome = take.Run();
             EXPECT_EQ(outcome.iStatus, bStrict ? record_status::kStrict : record_status::kFailed);
-            EXPECT_EQ(outcome.strError, row.pError);
+            EXPECT_EQ(outcome.strError, row.pError + (" (lost: camera " + std::to_string(row.uiLost) + ")"));
             EXPECT_EQ(take.Messages().front(), row.pError) << "a camera that is gone may set off another message";
             EXPECT_EQ(outcome.report.eVerdict, Verdict::FramesMissed);
             EXPECT_EQ(

@@ -1,0 +1,289 @@
+#include "peers/network_test.h"
+#include "peers/peer_process.h"
+#include "platform/genicam/genicam_library.h"
+#include "platform/time/real_clock.h"
+#include "support/decoded_video.h"
+#include "support/recorded_log.h"
+#include "support/run_tool.h"
+#include "support/temporary_folder.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+
+// The recording program against cameras that speak the real protocols: from the first packet to the file that a
+// decoder which is not ours reads back.
+
+namespace vireo {
+
+namespace {
+
+using namespace vireo::test;
+using nlohmann::json;
+
+class RecordRealCameras : public peers::NetworkTest {
+protected:
+    void StartPeer(const std::vector<std::string>& arguments)
+    {
+        m_peer = std::make_unique<peers::PeerProcess>(arguments);
+        ASSERT_TRUE(m_peer->Ready());
+    }
+    /// Runs the program on `strCameras`; the report goes to m_report.
+    ToolResult Record(const std::string& strCameras, std::vector<std::string> arguments)
+    {
+        std::vector<std::string> command { "env", "-u", "TESSEL_SIM_FAULTS", TESSEL_RECORD_PROGRAM, "--cameras",
+            strCameras, "--json", m_folder / "report.json" };
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        command.push_back(m_folder / "take");
+        ToolResult result = RunTool(command);
+        m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
+        return result;
+    }
+    std::string File(const std::string& strSuffix = "") const { return m_folder / ("take" + strSuffix + "-0000.avi"); }
+    const json& Camera(std::size_t uiCamera) const { return m_report.at("cameras").at(uiCamera); }
+    static bool Says(const std::string& strText, const std::string& strWord)
+    {
+        return strText.find(strWord) != std::string::npos;
+    }
+    /// The file holds `iFrames` exposures, each `uiStep` us after the one before.
+    static void ExpectWhole(const std::string& strFile, int iFps, std::size_t uiFrames, std::uint32_t uiStep)
+    {
+        SCOPED_TRACE(strFile);
+        EXPECT_EQ(FramesByFfprobe(strFile), std::to_string(iFps) + "/1," + std::to_string(uiFrames) + "\n");
+        const std::vector<std::uint32_t> codes = DecodedBarCodes(strFile);
+        ASSERT_EQ(codes.size(), uiFrames);
+        for (std::size_t i = 1; i < codes.size(); i++)
+            ASSERT_EQ(codes[i] - codes[i - 1], uiStep) << "frame " << i;
+    }
+
+    const TemporaryFolder m_folder;
+    std::unique_ptr<peers::PeerProcess> m_peer;
+    json m_report;
+};
+
+TEST_F(RecordRealCameras, FourGigECamerasShowTheSameMomentInEveryFrame)
+{
+    StartPeer({ "--count", "4" });
+    const ToolResult result = Record("genicam:lo", { "--fps", "100", "--seconds", "2" });
+    ASSERT_EQ(result.iExit, 0) << result.strErr;
+    EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
+    EXPECT_EQ(m_report.at("missed"), 0);
+    EXPECT_EQ(m_report.at("out_of_sync"), 0);
+    ExpectWhole(File("-cam1"), 100, 200, 10000);
+    const std::vector<std::uint32_t> first = DecodedBarCodes(File("-cam1"));
+    for (std::size_t i = 0; i < 4; i++) {
+        EXPECT_EQ(Camera(i).at("serial"), 15000001 + i);
+        EXPECT_EQ(Camera(i).at("interface"), "GigE");
+        EXPECT_EQ(Camera(i).at("model"), "GS3-PGE-23S6M");
+        EXPECT_EQ(Camera(i).at("frames"), 200);
+        EXPECT_EQ(Camera(i).at("incomplete"), 0);
+        EXPECT_EQ(Camera(i).at("underruns"), 0);
+        EXPECT_EQ(DecodedBarCodes(File("-cam" + std::to_string(i + 1))), first) << "camera " << i;
+    }
+}
+
+TEST_F(RecordRealCameras, AtFourHundredFramesASecondTheReportTellsEveryFrameThatIsNotThere)
+{
+    StartPeer({ "--count", "1", "--model", "FL3-U3-13Y3M" });
+    const ToolResult result = Record("genicam:lo", { "--fps", "400", "--seconds", "2" });
+    ASSERT_EQ(result.iExit, 0) << result.strErr;
+    const std::vector<std::uint32_t> codes = DecodedBarCodes(File());
+    ASSERT_EQ(codes.size(), 800U);
+    json gaps = json::array(); // none, unless something else holds the machine up
+    for (std::size_t i = 1; i < codes.size(); i++) {
+        const std::uint32_t uiStep = codes[i] - codes[i - 1];
+        ASSERT_EQ(uiStep % 2500U, 0U) << "frame " << i;
+        if (uiStep != 2500U)
+            gaps.push_back({ i, uiStep / 2500U - 1 });
+    }
+    EXPECT_EQ(Camera(0).at("gaps"), gaps);
+}
+
+TEST_F(RecordRealCameras, UsbCamerasOfBothKindsAreConfiguredRecordedAndSaved)
+{
+    const struct {
+        const char* pSource;
+        unsigned int uiSerial;
+        const char* pModel;
+    } kRows[] = { { "genicam", 17000001, "GS3-U3-23S6M" }, { "iidc", 17000042, "GS3-U3-23S6C" } };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.pSource);
+        const ToolResult result = Record(row.pSource, { "--fps", "200", "--seconds", "1" });
+        ASSERT_EQ(result.iExit, 0) << result.strErr;
+        EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
+        EXPECT_EQ(Camera(0).at("serial"), row.uiSerial);
+        EXPECT_EQ(Camera(0).at("model"), row.pModel);
+        EXPECT_EQ(Camera(0).at("interface"), "USB3");
+        ExpectWhole(File(), 200, 200, 5000);
+        std::filesystem::remove(File());
+    }
+}
+
+TEST_F(RecordRealCameras, ARealAndASimulatedCameraRecordSideBySide)
+{
+    StartPeer({ "--count", "1" });
+    const ToolResult result = Record("genicam:lo,simulated:DR2-13S2M@9000000", { "--fps", "30", "--seconds", "1" });
+    ASSERT_EQ(result.iExit, 0) << result.strErr;
+    EXPECT_EQ(Camera(0).at("serial"), 9000000);
+    EXPECT_EQ(Camera(1).at("serial"), 15000001);
+    EXPECT_EQ(m_report.at("verdict"), "not checked"); // each on its own clock and at its own pace
+    for (const char* pSuffix : { "-cam1", "-cam2" })
+        EXPECT_EQ(FramesByFfprobe(File(pSuffix)), "30/1,30\n");
+}
+
+TEST_F(RecordRealCameras, BadFramesNeverEndARecordingAndAreCounted)
+{
+    StartPeer({ "--count", "2", "--fault", "lose:0@150x3", "--fault", "torn:1@170", "--fault", "drop:1@190x2" });
+    const ToolResult result = Record("genicam:lo", { "--fps", "100", "--seconds", "3", "--strict" });
+    EXPECT_EQ(result.iExit, 3) << result.strErr;
+    EXPECT_EQ(m_report.at("verdict"), "frames missed");
+    EXPECT_EQ(Camera(0).at("frames"), 300);
+    EXPECT_EQ(Camera(0).at("gaps").size(), 0U); // asked for again, the packets came
+    EXPECT_GE(Camera(0).at("resends"), 3);
+    EXPECT_EQ(Camera(1).at("frames"), 300);
+    ASSERT_EQ(Camera(1).at("gaps").size(), 2U);
+    EXPECT_EQ(Camera(1).at("gaps").at(0).at(1), 1);
+    EXPECT_EQ(Camera(1).at("gaps").at(1).at(1), 2);
+    EXPECT_EQ(Camera(1).at("incomplete"), 3);
+    EXPECT_EQ(FramesByFfprobe(File("-cam2")), "100/1,300\n");
+}
+
+TEST_F(RecordRealCameras, CamerasThatDieInMidRecordingLoseNothingThatWasRecorded)
+{
+    StartPeer({ "--count", "4", "--fault", "quit:2@200" });
+    const ToolResult result = Record("genicam:lo", { "--fps", "100", "--seconds", "20" });
+    EXPECT_EQ(result.iExit, 1);
+    EXPECT_TRUE(Says(result.strErr, "camera 15000003: it does not answer")) << result.strErr;
+    EXPECT_TRUE(Says(m_report.at("error"), "15000003")) << m_report.at("error");
+    const std::size_t uiFrames = m_report.at("frames");
+    EXPECT_GT(uiFrames, 50U);
+    EXPECT_LT(uiFrames, 201U);
+    for (std::size_t i = 0; i < 4; i++) {
+        EXPECT_EQ(Camera(i).at("serial"), 15000001 + i);
+        EXPECT_EQ(FramesByFfprobe(File("-cam" + std::to_string(i + 1))), "100/1," + std::to_string(uiFrames) + "\n");
+    }
+}
+
+TEST_F(RecordRealCameras, ACameraThatDiesWhileItWaitsForTheTriggerIsNamedAndCanBeUsedAgain)
+{
+    StartPeer({ "--count", "1", "--fault", "quit:0@armed" });
+    const ToolResult result = Record("genicam:lo", { "--fps", "100", "--seconds", "1", "--trigger-wait" });
+    EXPECT_EQ(result.iExit, 1);
+    EXPECT_TRUE(Says(m_report.at("error"), "15000001")) << m_report.at("error");
+    StartPeer({ "--count", "1" });
+    const ToolResult again = Record("genicam:lo", { "--fps", "100", "--seconds", "1" });
+    EXPECT_EQ(again.iExit, 0) << again.strErr;
+    ExpectWhole(File(), 100, 100, 10000);
+}
+
+TEST_F(RecordRealCameras, TheExternalTriggerStartsAllCameras)
+{
+    StartPeer({ "--count", "2", "--trigger", "50@1000" });
+    const ToolResult result = Record("genicam:lo", { "--fps", "100", "--seconds", "1", "--trigger-wait" });
+    EXPECT_EQ(result.iExit, 0) << result.strErr;
+    EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
+    EXPECT_EQ(DecodedBarCodes(File("-cam1")), DecodedBarCodes(File("-cam2")));
+}
+
+TEST_F(RecordRealCameras, WhatCannotBeUsedIsNamed)
+{
+    const struct {
+        std::vector<std::string> peer; ///< none: no camera
+        const char* pSource;
+        const char* pNamed;
+    } kRows[] = {
+        { {}, "genicam:lo", "ｶﾒﾗが接続されていません 接続を確認してください。" },
+        { {}, "genicam:nosuch0", "no network interface \"nosuch0\"" },
+        { { "--camera", "127.0.0.1,15000001,GS3-PGE-23S6M", "--camera", "127.0.0.2,15000001,GS3-PGE-23S6C" },
+            "genicam:lo", "two cameras have the serial number 15000001" },
+        { { "--camera", "127.0.0.1,15000001,GS3-PGE-23S6M,bare" }, "genicam:lo",
+            "camera 15000001: lacks AcquisitionFrameRate" },
+        { { "--camera", "127.0.0.1,15000001,GS3-PGE-23S6M,older" }, "genicam:lo",
+            "camera 15000001: no strobe on line 2" },
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.pNamed);
+        if (!row.peer.empty())
+            StartPeer(row.peer);
+        const ToolResult result = Record(row.pSource, {});
+        EXPECT_EQ(result.iExit, 1);
+        EXPECT_TRUE(Says(result.strErr, row.pNamed)) << result.strErr;
+        m_peer.reset();
+    }
+}
+
+TEST_F(RecordRealCameras, ACameraThatAnotherProgramHoldsIsNamed)
+{
+    StartPeer({ "--count", "1" });
+    RealClock clock;
+    RecordedLog log;
+    const auto library = MakeGenicamLibrary(clock, log, { "lo" });
+    unsigned int uiCount = 0;
+    PGRGuid guid;
+    ASSERT_TRUE(library->GetBusManager().GetNumOfCameras(uiCount).IsOk());
+    ASSERT_TRUE(library->GetBusManager().GetCameraFromSerialNumber(15000001, guid).IsOk());
+    const auto camera = library->CreateGigECamera(guid);
+    ASSERT_TRUE(camera && camera->Connect(guid).IsOk());
+    const ToolResult result = Record("genicam:lo", {});
+    EXPECT_EQ(result.iExit, 1);
+    EXPECT_TRUE(Says(result.strErr, "camera 15000001: another program controls it")) << result.strErr;
+}
+
+/// The command that everybody can try without a camera.
+class FakeGenicamCommand : public RecordRealCameras {
+protected:
+    ToolResult RunCommand(
+        std::vector<std::string> arguments, const std::string& strHost = "", const std::string& strPath = "")
+    {
+        const std::string strOld = std::getenv("PATH");
+        std::vector<std::string> command { "env", "-u", "LD_PRELOAD", "TESSEL_BUILT=" TESSEL_BUILD,
+            "TESSEL_RECORDINGS=" + m_folder.Path(), "TESSEL_FAKE_OPTIONS=" + strHost,
+            "PATH=" + (strPath.empty() ? strOld : strPath + ":" + strOld), TESSEL_RUN, "--fake-genicam" };
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return RunTool(command);
+    }
+    /// The one file of the take; empty when there is none.
+    std::string TheFile() const
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path()))
+            if (entry.path().extension() == ".avi")
+                return entry.path();
+        return {};
+    }
+};
+
+TEST_F(FakeGenicamCommand, RecordsThroughRealPacketsAndLeavesNothingBehind)
+{
+    const ToolResult result = RunCommand({ "1" });
+    ASSERT_EQ(result.iExit, 0) << result.strErr;
+    EXPECT_TRUE(Says(result.strOut, "-0000.avi: 200 frames, 100.00 fps, in sync\n")) << result.strOut;
+    ExpectWhole(TheFile(), 100, 200, 10000);
+    const std::size_t uiAt = result.strOut.find("(process ");
+    ASSERT_NE(uiAt, std::string::npos) << result.strOut;
+    EXPECT_NE(kill(std::stoi(result.strOut.substr(uiAt + 9)), 0), 0);
+}
+
+TEST_F(FakeGenicamCommand, FailsWithTheSerialNumberOfACameraThatDies)
+{
+    const ToolResult result = RunCommand({ "1", "--seconds", "20" }, "--fault quit:0@200");
+    EXPECT_EQ(result.iExit, 1);
+    EXPECT_TRUE(Says(result.strErr, "(lost: camera 15000001)")) << result.strErr;
+    const std::vector<std::uint32_t> codes = DecodedBarCodes(TheFile());
+    EXPECT_GT(codes.size(), 50U);
+    for (std::size_t i = 1; i < codes.size(); i++)
+        ASSERT_EQ(codes[i] - codes[i - 1], 10000U) << "frame " << i;
+}
+
+TEST_F(FakeGenicamCommand, SaysWhyWhenTheKernelForbidsANetworkOfItsOwn)
+{
+    WriteFile(m_folder / "unshare", "#!/bin/sh\necho 'unshare failed: Operation not permitted' >&2\nexit 1\n");
+    std::filesystem::permissions(m_folder / "unshare", std::filesystem::perms::owner_all);
+    const ToolResult result = RunCommand({}, "", m_folder.Path());
+    EXPECT_EQ(result.iExit, 1);
+    EXPECT_TRUE(Says(result.strErr, "allows no network of one's own")) << result.strErr;
+    EXPECT_TRUE(Says(result.strErr, "Operation not permitted")) << result.strErr;
+}
+
+} // namespace
+
+} // namespace vireo
