@@ -33,11 +33,13 @@ inline SimulatedSetup SetupOf(std::string_view strSource, std::string_view strFa
 /// that moves only when somebody waits.
 class CameraDocument {
 public:
-    /// With a clock of the test's own, for tests of threads, everything runs on that.
-    explicit CameraDocument(std::string_view strSource, const CooperationRequest& request = {}, Clock* pClock = nullptr)
+    /// With a clock of the test's own, for tests of threads, everything runs on that; with writers of its own
+    /// there are files.
+    explicit CameraDocument(std::string_view strSource, const CooperationRequest& request = {}, Clock* pClock = nullptr,
+        VideoWriters* pVideo = nullptr)
         : m_simulated(MakeSimulatedLibrary(pClock != nullptr ? *pClock : m_clock, SetupOf(strSource)))
         , m_library(*m_simulated)
-        , m_test({ .pClock = pClock != nullptr ? pClock : &m_clock, .pCameras = &m_library })
+        , m_test({ .pClock = pClock != nullptr ? pClock : &m_clock, .pCameras = &m_library, .pVideo = pVideo })
         , m_app(m_test.m_platform)
     {
         WriteFile(m_folder / "Tessel.ini", "");
