@@ -17,7 +17,7 @@ namespace vireo {
 namespace {
 
 constexpr ClockTime kStopLimit = 1000 * kNsPerMs; // for all threads together
-constexpr ClockTime kStopRest = 150 * kNsPerMs; // what a thread that was woken late may take beyond it
+constexpr ClockTime kStopRest = 150 * kNsPerMs; // beyond it, for who waits until they are gone
 
 constexpr int kAlignReach = 9; // frames that the alignment of the starts may move them on
 
@@ -134,31 +134,31 @@ void GrabThreads::Join()
 bool GrabThreads::Stop()
 {
     const bool bWorker = t_pOwner == this;
+    const ClockTime begin = m_clock.Now();
     bool bResult = true;
-    if (BeginStop(bWorker, bResult)) {
+    if (BeginStop(bWorker, begin + kStopLimit + kStopRest, bResult)) {
         TellThreadsToLeave();
-        WaitForThreads(m_clock.Now() + kStopLimit);
+        WaitForThreads(begin + kStopLimit);
         KeepBrokenRecording();
         m_doc.m_capture.m_bStopping = false;
         bResult = StopCameras();
         EndStop(bResult);
     }
     if (!bWorker)
-        JoinEnded(m_clock.Now() + kStopRest);
+        JoinEnded(begin + kStopLimit + kStopRest);
     return bResult;
 }
 
 // True when the caller is to carry out the stop; else `bResult` is the answer.
-bool GrabThreads::BeginStop(bool bWorker, bool& bResult)
+bool GrabThreads::BeginStop(bool bWorker, ClockTime deadline, bool& bResult)
 {
     CaptureFlags& capture = m_doc.m_capture;
     std::unique_lock lock(m_mutex);
     const auto isStopping = [&capture] { return capture.m_ePhase == CapturePhase::Stopping; };
     if (isStopping()) {
         if (!bWorker) {
-            m_clock.WaitUntil(
-                lock, m_phaseChanged, m_clock.Now() + kStopLimit + kStopRest, [&] { return !isStopping(); });
-            bResult = m_bStopResult;
+            const bool bEnded = m_clock.WaitUntil(lock, m_phaseChanged, deadline, [&] { return !isStopping(); });
+            bResult = bEnded && m_bStopResult;
         }
         return false;
     }

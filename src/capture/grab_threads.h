@@ -62,7 +62,7 @@ private:
     static constexpr std::size_t kWorkers = kMaxGrabThreads + 1;
 
     bool Launch(std::size_t uiWorker, std::function<void()> run);
-    bool BeginStop(bool bWorker, bool& bResult);
+    bool BeginStop(bool bWorker, ClockTime deadline, bool& bResult);
     void TellThreadsToLeave();
     bool WaitForThreads(ClockTime deadline);
     void JoinEnded(ClockTime deadline);
@@ -92,7 +92,8 @@ void StartGrabThreads(CVireoDoc& doc, ThreadStartOrder eOrder);
 /// Ends the capture: wakes every waiting grab thread, waits for all of them (1000 ms together), puts strobe
 /// and trigger back and stops the cameras. Any thread; at most 1.2 s. A grab or monitor thread that finds
 /// a stop in progress returns true at once; the user-interface thread waits for that stop and joins.
-/// @return true when nothing ran or every camera stopped cleanly; the first camera error is traced.
+/// @return true when nothing ran or every camera stopped cleanly; the first camera error is traced. False also
+/// when the stop that it waits for has not ended within that time.
 bool StopGrab(CVireoDoc& doc);
 
 /// The record toggle: live becomes recording, anything else live; every counter, mark and request of a

@@ -122,6 +122,40 @@ TEST(StopGrab, ComesBackAlthoughCamerasIgnoreIt)
     EXPECT_TRUE(capture.Window().MessageTexts().empty());
 }
 
+// A camera's failure has begun the stop; the operator's comes while it runs.
+TEST(StopGrab, WaitsForAWorkersStopWithinTheSameLimit)
+{
+    const struct {
+        const char* pName;
+        ClockTime stopDelay;
+        bool bLateThread;
+        bool bEnds;
+    } kRows[] = {
+        { "that ends soon", 20 * kNsPerMs, false, true },
+        { "that ends late, with a thread that stays", 140 * kNsPerMs, true, true },
+        { "that does not end", 3 * kNsPerSecond, false, false },
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.pName);
+        ScriptedCapture capture({ .uiCameras = 3 });
+        capture.Cam(1).m_fetchErrors[5] = ErrorType::Disconnected;
+        capture.Cam(0).m_stopDelay = row.stopDelay;
+        if (row.bLateThread) {
+            capture.Cam(2).m_hangsFrom = 3;
+            capture.Cam(2).m_bIgnoresStop = true;
+        }
+        capture.Start();
+        ASSERT_TRUE(capture.WaitFor([&] { return capture.Flags().m_ePhase == CapturePhase::Stopping; }));
+        EXPECT_LE(TimeStop(capture, row.bEnds), kStopBound);
+        EXPECT_EQ(capture.Flags().m_ePhase == CapturePhase::Stopping, !row.bEnds);
+        if (row.bLateThread)
+            capture.Cam(2).Release();
+        ASSERT_TRUE(capture.WaitFor([&] { return capture.Flags().m_ePhase == CapturePhase::Failed; }));
+        EXPECT_TRUE(StopGrab(capture.Doc()));
+        EXPECT_EQ(capture.Cam(0).m_iStops, 1);
+    }
+}
+
 TEST(StopGrab, ALateThreadOfTheLastRunIsJoinedBeforeTheNext)
 {
     ScriptedCapture capture({ .uiCameras = 2 });

@@ -40,6 +40,7 @@ public:
     std::function<std::uint8_t(std::int64_t)> m_pins = [](std::int64_t) { return std::uint8_t { 0 }; };
     std::function<ClockTime(std::int64_t)> m_exposureTime; ///< overrides the grid
     ErrorType m_stopResult = ErrorType::Ok;
+    ClockTime m_stopDelay = 0; ///< that long StopCapture takes
     ErrorType m_cancelledResult = ErrorType::NothingToDeliver; ///< of a fetch that a stop ends
     ErrorType m_infoResult = ErrorType::Ok;
     int m_iGrabTimeoutMs = -1;
@@ -131,6 +132,8 @@ public:
             m_bRunning = false;
         }
         m_clock.NotifyAll(m_changed);
+        if (m_stopDelay > 0)
+            m_clock.SleepUntil(m_clock.Now() + m_stopDelay);
         return m_stopResult;
     }
     Error StartCapture() override
