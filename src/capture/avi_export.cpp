@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
+#include <string_view>
 
 namespace vireo {
 
@@ -19,7 +20,7 @@ namespace {
 constexpr unsigned int kJpegQuality = 75;
 constexpr std::size_t kMaxNameBytes = 260;
 constexpr int kMaxProgress = 65535; ///< the bar's range is 16 bits wide
-constexpr const char* kFirstPart = "-0000";
+constexpr std::string_view kFirstPart = "-0000";
 
 /// What differs between the ways to export.
 struct ExportPlan {
@@ -126,12 +127,14 @@ private:
                 return CameraOutcome::Skipped;
             return FailOpen(strError);
         }
-        if (strNative.size() > kMaxNameBytes || strNative.find('\0') != std::string::npos) {
+        const float fRate = FileRate(m_doc, uiCamera, m_plan);
+        // The writer makes the name longer: that of its first part is the one that counts.
+        if (strNative.size() + kFirstPart.size() > kMaxNameBytes || strNative.find('\0') != std::string::npos) {
             ShowMessage(m_doc.GetPlatform().window, messages::kNameConversionFailed);
             return CameraOutcome::Failed;
         }
         const std::unique_ptr<FlyCapture2Video> video = m_doc.GetPlatform().video.Create();
-        const Error opened = video->Open(strNative, { FileRate(m_doc, uiCamera, m_plan), kJpegQuality });
+        const Error opened = video->Open(strNative, { fRate, kJpegQuality });
         if (!opened.IsOk())
             return FailOpen(opened.GetDescription());
         return WriteFrames(uiCamera, range, *video);
@@ -297,7 +300,7 @@ bool IsBaseTaken(const std::string& strNativeBase)
     const fs::path base(strNativeBase);
     const std::string strStem = base.filename().string();
     std::error_code error;
-    if (fs::exists(strNativeBase + kFirstPart + ".avi", error))
+    if (fs::exists(strNativeBase + std::string(kFirstPart) + ".avi", error))
         return true;
     const fs::path folder = base.has_parent_path() ? base.parent_path() : fs::path(".");
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {

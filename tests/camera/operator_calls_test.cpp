@@ -230,6 +230,16 @@ TEST(SaveAviAndRearm, ASaveThatEndsEarlyKeepsTheRecordingAndPreparesNothing)
     }
 }
 
+TEST(SaveAviAndRearm, AsksForTheRateBeforeTheNameIsJudged)
+{
+    OpenDocument bench;
+    bench.MakeRecording(kFrames);
+    bench.Doc().m_naming.m_strFileTitle = std::string(300, 'x');
+    Save(bench.Doc());
+    EXPECT_EQ(bench.Messages(), Texts { "文字の変換に失敗しました" });
+    EXPECT_EQ(PlacesOf(bench, Operation::GetProperty, "16").size(), 1U);
+}
+
 TEST(SaveAviAndRearm, ACompleteSavePutsEveryCounterBackAndStartsTheCameras)
 {
     OpenDocument bench;

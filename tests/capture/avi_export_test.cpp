@@ -366,7 +366,9 @@ TEST_F(AviExport, TheSameRecordingCanBeSavedAgainAfterAFailure)
 
 TEST_F(AviExport, ANameBeyondTwoHundredAndSixtyBytesIsRefused)
 {
-    m_doc->m_naming.m_strFileTitle = std::string(250, 'x');
+    // The name of the first part counts, "-0000" and the extension included.
+    const std::size_t uiRest = Path("").size() + std::string("-cam1-0000.avi").size();
+    m_doc->m_naming.m_strFileTitle = std::string(261 - uiRest, 'x');
     EXPECT_FALSE(SaveAviAutomatic(*m_doc).bComplete);
     const auto messages = m_test->m_window.Record().messages;
     ASSERT_EQ(messages.size(), 1U);
@@ -375,6 +377,11 @@ TEST_F(AviExport, ANameBeyondTwoHundredAndSixtyBytesIsRefused)
     EXPECT_TRUE(messages[0].bError);
     EXPECT_EQ(m_app->CooperationResult(), 0);
     EXPECT_TRUE(IsKept());
+    EXPECT_TRUE(Videos().empty());
+
+    m_doc->m_naming.m_strFileTitle.pop_back();
+    EXPECT_TRUE(SaveAviAutomatic(*m_doc).bComplete);
+    EXPECT_EQ(Videos()[0].strFileName.size(), 255U) << "the writer inserts five more";
 }
 
 TEST_F(AviExport, ACameraWithFewerFramesIsWrittenAsFarAsItGot)
