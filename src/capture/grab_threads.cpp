@@ -143,6 +143,8 @@ bool GrabThreads::Stop()
         m_doc.m_capture.m_bStopping = false;
         bResult = StopCameras();
         EndStop(bResult);
+    } else if (!bWorker && m_bCamerasLeft.exchange(false)) {
+        StopCamerasAgain();
     }
     if (!bWorker)
         JoinEnded(begin + kStopLimit + kStopRest);
@@ -244,7 +246,15 @@ bool GrabThreads::StopCameras()
         if (!error.IsOk() && std::exchange(bResult, false))
             PrintErrorTrace(m_doc.GetPlatform().log, error, "StopGrab()->StopCapture()");
     }
+    m_bCamerasLeft = !bResult;
     return bResult;
+}
+
+// A camera that did not take its stop would refuse every later configuration. Those that did stop say so.
+void GrabThreads::StopCamerasAgain()
+{
+    for (std::size_t c = 0; c < m_doc.m_cameras.m_uiNumCameras; ++c)
+        (void)CameraOf(m_doc, c).StopCapture();
 }
 
 void GrabThreads::EndStop(bool bResult)

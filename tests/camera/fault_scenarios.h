@@ -1,6 +1,7 @@
 #pragma once
 #include "camera/configuration.h"
 #include "camera/image_mode.h"
+#include "camera/operator_actions.h"
 #include "camera/record_time.h"
 #include "capture/frame_store_alloc.h"
 #include "capture/strobe.h"
@@ -11,7 +12,8 @@
 
 namespace vireo::test {
 
-/// One way through the code that calls the library; with one camera, so that each call is a place of its own.
+/// One way through the code that calls the library; with one camera, or seen from one, so that each call is a
+/// place of its own.
 struct FaultScenario {
     const char* strName;
     const char* strSource;
@@ -19,6 +21,8 @@ struct FaultScenario {
     void (*prepare)(CameraDocument& bench);
     bool (*run)(CameraDocument& bench);
     bool bPart = false; ///< other scenarios show most of its calls
+    int iCamera = kNoCamera; ///< only this camera's calls count
+    void (*arrange)(CameraDocument& bench) = nullptr; ///< with the store, before the run
 };
 
 inline void Nothing(CameraDocument& /*bench*/) { }
@@ -35,6 +39,21 @@ inline bool Arm(CameraDocument& bench)
     int hwSync = 0;
     return SynchroStrobePre(bench.Doc(), hwSync) == StrobePreparation::Synchronised;
 }
+
+/// Ten frames of every camera, as a capture that has just ended leaves them.
+inline void MakeRecording(CameraDocument& bench)
+{
+    FrameStore& store = bench.Doc().m_store;
+    store.m_iRecordTarget = 10;
+    for (unsigned int c = 0; c < bench.Doc().m_cameras.m_uiNumCameras; ++c) {
+        store.m_isaveFrameCount[c] = 16;
+        store.m_bRecordDone[c] = true;
+    }
+    bench.Doc().m_capture.m_running.iFirstCamera = 1;
+    bench.Doc().m_naming.m_strSaveFolder = bench.m_folder.Path();
+}
+/// Verbs that go on although a message was shown: whether all went well.
+inline bool WithoutAWord(CameraDocument& bench, bool bDone) { return bDone && bench.Messages().empty(); }
 
 const FaultScenario kFaultScenarios[] = {
     { "FindCameras", "simulated:FL3-U3-13Y3M", false, Nothing, [](CameraDocument& bench) { return bench.Open(); },
@@ -72,6 +91,29 @@ const FaultScenario kFaultScenarios[] = {
     { "ReadTrigger", "simulated:FL3-U3-13Y3M", true,
         [](CameraDocument& bench) { bench.Doc().m_capture.m_running.bLowHigh = true; },
         [](CameraDocument& bench) { return ReadTriggerInput(bench.Doc()) == 1; } },
+    // The second of two cameras: what is asked of a slave, and its number in the messages.
+    { "ConfigureSlave", "simulated:2xGS3-PGE-23S6M", true,
+        [](CameraDocument& bench) {
+            bench.Parameters().m_iFps = 250;
+            bench.Parameters().m_iShutter = -1;
+        },
+        Configure, false, 1 },
+    { "StartButton", "simulated:GRAS-03K2", true, Nothing,
+        [](CameraDocument& bench) { return WithoutAWord(bench, Start(bench.Doc())); }, false, kNoCamera,
+        [](CameraDocument& bench) { ConfigureCameras(bench.Doc()); } },
+    { "Save", "simulated:FL3-U3-13Y3M", true, Nothing,
+        [](CameraDocument& bench) { return WithoutAWord(bench, SaveFromMenu(bench.Doc()).bComplete); }, false,
+        kNoCamera,
+        [](CameraDocument& bench) {
+            ConfigureCameras(bench.Doc());
+            MakeRecording(bench);
+        } },
+    // Behind the cameras' configuration come the calls of ConfigureLocked.
+    { "Rearm", "simulated:FL3-U3-13Y3M", true, Nothing,
+        [](CameraDocument& bench) { return WithoutAWord(bench, SaveAviAndRearm(bench.Doc()).bComplete); }, true,
+        kNoCamera, MakeRecording },
+    { "Info", "simulated:FL3-U3-13Y3M", true, Nothing,
+        [](CameraDocument& bench) { return !UpdateInfo(bench.Doc()).strFrameRate.empty(); } },
     { "Close", "simulated:FL3-U3-13Y3M", true, Nothing,
         [](CameraDocument& bench) {
             OnCloseDocument(bench.Doc());
@@ -95,6 +137,8 @@ inline void Begin(CameraDocument& bench, const FaultScenario& scenario)
             throw std::runtime_error("cannot connect");
         scenario.prepare(bench);
         AllocateFrameStore(bench.Doc());
+        if (scenario.arrange != nullptr)
+            scenario.arrange(bench);
     }
     bench.Forget();
 }

@@ -122,6 +122,20 @@ TEST(StopGrab, ComesBackAlthoughCamerasIgnoreIt)
     EXPECT_TRUE(capture.Window().MessageTexts().empty());
 }
 
+TEST(StopGrab, TriesOnceMoreWhenACameraDidNotTakeItsStop)
+{
+    ScriptedCapture capture({ .uiCameras = 2 });
+    capture.Cam(1).m_stopResult = ErrorType::TransportFailed;
+    capture.Start();
+    ASSERT_TRUE(capture.WaitFrames(1, 3));
+    TimeStop(capture, false);
+    capture.Cam(1).m_stopResult = ErrorType::Ok;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(StopGrab(capture.Doc()));
+    EXPECT_EQ(capture.Cam(1).m_iStops, 2);
+    EXPECT_TRUE(capture.Window().MessageTexts().empty());
+}
+
 // A camera's failure has begun the stop; the operator's comes while it runs.
 TEST(StopGrab, WaitsForAWorkersStopWithinTheSameLimit)
 {

@@ -2,6 +2,8 @@
 
 #include "capture/strobe.h"
 
+#include <utility>
+
 namespace vireo {
 
 void StartGrabThreads(CVireoDoc& doc, ThreadStartOrder eOrder)
@@ -14,17 +16,25 @@ void StartGrabThreads(CVireoDoc& doc, ThreadStartOrder eOrder)
 
 bool StopGrab(CVireoDoc& doc)
 {
-    if (!doc.m_capture.m_bCapturing)
+    const auto stopCameras = [&doc] {
+        bool bStopped = true;
+        for (std::size_t uiCamera = 0; uiCamera < doc.m_cameras.m_uiNumCameras; ++uiCamera)
+            bStopped = CameraOf(doc, uiCamera).StopCapture().IsOk() && bStopped;
+        return bStopped;
+    };
+    if (!doc.m_capture.m_bCapturing) {
+        if (std::exchange(test::GrabThreadsAsked().bCamerasLeft, false))
+            stopCameras();
         return true;
+    }
     ++test::GrabThreadsAsked().iStops;
     doc.m_capture.m_bCapturing = false;
     doc.m_capture.m_bKeyWaitRun = false;
     for (auto& bRun : doc.m_capture.m_bGrabRun)
         bRun = false;
     SynchroStrobePost(doc);
-    bool bStopped = true;
-    for (std::size_t uiCamera = 0; uiCamera < doc.m_cameras.m_uiNumCameras; ++uiCamera)
-        bStopped = CameraOf(doc, uiCamera).StopCapture().IsOk() && bStopped;
+    const bool bStopped = stopCameras();
+    test::GrabThreadsAsked().bCamerasLeft = !bStopped;
     return bStopped;
 }
 

@@ -12,6 +12,7 @@ struct FakeGrabThreads {
     std::vector<CaptureSnapshot> snapshots; ///< running capture at each start
     std::vector<bool> startRequests; ///< m_bStartRequest at each start
     int iStops = 0; ///< stops that found a capture
+    bool bCamerasLeft = false; ///< a camera did not take the last stop
 };
 FakeGrabThreads& GrabThreadsAsked();
 
