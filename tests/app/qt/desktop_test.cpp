@@ -55,7 +55,7 @@ TEST(DesktopProgram, CancelledConfirmationEndsTheStartSilently)
 
 TEST(DesktopProgram, StartWithoutACameraEndsAndStoresNothing)
 {
-    DesktopRun run("", "");
+    DesktopRun run("simulated", "error:GetNumOfCameras:20");
     QStringList texts;
     const OnDialog<QMessageBox> read([&texts](QMessageBox& box) {
         texts << box.text();
