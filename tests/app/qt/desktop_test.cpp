@@ -60,8 +60,8 @@ TEST(DesktopProgram, StartWithoutACameraEndsAndStoresNothing)
     const OnDialog<QMessageBox> read([&texts](QMessageBox& box) {
         texts << box.text();
         box.accept();
-    });
-    EXPECT_FALSE(run.m_desktop->Start());
+    }, 100);
+    EXPECT_FALSE(run.Start());
     EXPECT_FALSE(texts.isEmpty());
     EXPECT_TRUE(run.m_desktop->Views().empty());
     EXPECT_EQ(test::ReadFile(run.m_folder / "Tessel.ini"), "");
