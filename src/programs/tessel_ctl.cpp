@@ -92,8 +92,12 @@ int Listen(const std::string& strTitle)
     // Taken by sigwait below. SIGPIPE also stands for an output that is gone.
     sigset_t ends;
     sigemptyset(&ends);
-    for (const int iSignal : { SIGINT, SIGTERM, SIGHUP, SIGPIPE })
+    for (const int iSignal : { SIGINT, SIGTERM, SIGPIPE })
         sigaddset(&ends, iSignal);
+    if (std::signal(SIGHUP, SIG_DFL) != SIG_IGN)
+        sigaddset(&ends, SIGHUP);
+    else
+        std::signal(SIGHUP, SIG_IGN); // under nohup the terminal may go
     pthread_sigmask(SIG_BLOCK, &ends, nullptr);
 
     StderrLog log;

@@ -37,8 +37,11 @@ void CatchSignals()
     struct sigaction action { };
     action.sa_handler = OnStopSignal;
     sigemptyset(&action.sa_mask);
-    for (const int iSignal : { SIGINT, SIGTERM, SIGHUP })
-        sigaction(iSignal, &action, nullptr);
+    for (const int iSignal : { SIGINT, SIGTERM, SIGHUP }) {
+        const bool bStaysIgnored = iSignal == SIGHUP && std::signal(iSignal, SIG_IGN) == SIG_IGN; // as under nohup
+        if (!bStaysIgnored)
+            sigaction(iSignal, &action, nullptr);
+    }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow further is a failed write, not the end
 }

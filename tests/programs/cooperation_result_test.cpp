@@ -102,8 +102,10 @@ TEST_F(CooperationEnd, OfASecondCopyIsOneAndTouchesNothing)
     ASSERT_TRUE(WaitForWindow(*first, kMainWindow)) << first->Err();
     const std::string strSettings = test::ReadFile(SettingsFile());
     const auto written = std::filesystem::last_write_time(SettingsFile());
-    const auto second = Tessel(tokens);
-    EXPECT_EQ(CloseBoxesUntilTheEnd(*second), 1) << second->Err();
+    for (const std::vector<std::string>& secondTokens : { tokens, std::vector<std::string> {} }) {
+        const auto second = Tessel(secondTokens);
+        EXPECT_EQ(CloseBoxesUntilTheEnd(*second), 1) << second->Err();
+    }
     EXPECT_EQ(test::ReadFile(SettingsFile()), strSettings);
     EXPECT_EQ(std::filesystem::last_write_time(SettingsFile()), written);
     EXPECT_EQ(Ctl("start").iExit, 0) << "the first goes on as if nothing had been";
@@ -112,15 +114,29 @@ TEST_F(CooperationEnd, OfASecondCopyIsOneAndTouchesNothing)
     EXPECT_EQ(Files().size(), 4U);
 }
 
+TEST_F(CooperationEnd, BeforeTheCamerasAreConfirmedIsAFailedStart)
+{
+    StartPartner();
+    const auto program = Tessel(Tokens("0 640 480 350 500 0 10", 4));
+    ASSERT_TRUE(WaitAndPress(*program, "^カメラの選択$", "Escape")) << program->Err();
+    EXPECT_EQ(program->WaitForEnd(), 1) << program->Err();
+    EXPECT_EQ(m_partner->Out(), "");
+}
+
 TEST_F(CooperationEnd, ByASignalIsClean)
 {
     StartPartner();
-    const auto program = Tessel(Tokens("1 640 480 350 500 0 0", 4));
-    ASSERT_TRUE(WaitForWindow(*program, kMainWindow)) << program->Err();
-    program->Signal(SIGTERM);
-    EXPECT_EQ(program->WaitForEnd(), 0) << program->Err();
-    EXPECT_EQ(Ctl("start").iExit, 1) << "nothing is left of its window";
-    EXPECT_THAT(Files(), IsEmpty());
+    for (const bool bRecording : { false, true }) {
+        const auto program = Tessel(Tokens("1 640 480 350 500 0 0", 4));
+        ASSERT_TRUE(WaitForWindow(*program, kMainWindow)) << program->Err();
+        if (bRecording) {
+            EXPECT_EQ(Ctl("start").iExit, 0);
+            EXPECT_TRUE(m_partner->WaitForOut("command 32781\n"));
+        }
+        program->Signal(SIGTERM);
+        EXPECT_EQ(program->WaitForEnd(), 0) << program->Err();
+        EXPECT_EQ(Ctl("start").iExit, 1) << "nothing is left of its window";
+    }
 }
 
 } // namespace

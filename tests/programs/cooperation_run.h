@@ -36,11 +36,11 @@ protected:
     }
 
     /// Waits for the partner's window.
-    void StartPartner()
+    void StartPartner(const std::string& strTitle = "Marten")
     {
         m_partner = std::make_unique<RunningProgram>(
-            std::vector<std::string> { TESSEL_CTL_PROGRAM, "listen", "--title", "Marten" }, Environment());
-        ASSERT_TRUE(m_partner->WaitForErr("listening as Marten\n")) << m_partner->Err();
+            std::vector<std::string> { TESSEL_CTL_PROGRAM, "listen", "--title", strTitle }, Environment());
+        ASSERT_TRUE(m_partner->WaitForErr("listening as " + strTitle + "\n")) << m_partner->Err();
     }
     /// The seven settings with blanks between them; files are named out1.avi and so on.
     static std::vector<std::string> Tokens(
@@ -68,11 +68,11 @@ protected:
     {
         return RunTool({ "env", "XDG_RUNTIME_DIR=" + (m_folder / "runtime"), TESSEL_CTL_PROGRAM, pVerb });
     }
-    /// The operator's tool: a window with this title gets the keyboard and the key. False when there is no such
-    /// window.
+    /// A window with this title gets the keyboard, and the key is typed there. False when there is no such window.
     bool Press(const char* pTitle, const char* pKey) const
     {
-        return XTool({ "search", "--onlyvisible", "--name", pTitle, "windowfocus", "--sync", "key", pKey });
+        return XTool(
+            { "search", "--onlyvisible", "--name", pTitle, "windowfocus", "--sync", "key", "--window", "0", pKey });
     }
     /// False when the program ended before it had a window with this title.
     bool WaitForWindow(RunningProgram& program, const char* pTitle) const

@@ -117,7 +117,7 @@ TEST_F(CooperationRecording, ThatImposesNothingIsAsTheSettingsSay)
     m_strMemory = kLongRun;
     StartPartner();
     const auto program = Tessel(Tokens("0 1920 1080 400 500 0 10", 4));
-    ASSERT_TRUE(WaitAndPress(*program, "カメラ", "Return")) << "the operator confirms the cameras";
+    ASSERT_TRUE(WaitAndPress(*program, "^カメラの選択$", "Return")) << "the operator confirms the cameras";
     ASSERT_TRUE(m_partner->WaitForOut("command 32781\n")) << program->Err();
     EXPECT_EQ(Ctl("stop").iExit, 0);
     EXPECT_EQ(program->WaitForEnd(), 0) << program->Err();
@@ -127,9 +127,24 @@ TEST_F(CooperationRecording, ThatImposesNothingIsAsTheSettingsSay)
 
 TEST_F(CooperationRecording, GoesOnWithoutThePartnerWhoAskedForIt)
 {
+    StartPartner();
+    m_partner->Signal(SIGKILL); // its socket stays behind
+    ASSERT_EQ(m_partner->WaitForEnd(), 128 + SIGKILL);
     const auto program = Tessel(Tokens("1 640 480 350 500 0 10", 4));
     EXPECT_EQ(program->WaitForEnd(), 0) << program->Err();
     EXPECT_EQ(Files().size(), 4U);
+}
+
+TEST_F(CooperationRecording, TakesNamesWithBlanksAndInJapanese)
+{
+    m_strMemory = kLongRun;
+    StartPartner("計測 解析");
+    const auto program = Tessel({ "計測 解析", "1", "640", "480", "30", "500", "0", "10", "録画 一.1.avi" });
+    ASSERT_TRUE(m_partner->WaitForOut("command 32781\n")) << program->Err();
+    EXPECT_EQ(Ctl("stop").iExit, 0);
+    EXPECT_EQ(program->WaitForEnd(), 0) << program->Err();
+    EXPECT_EQ(m_partner->Out(), kStartedAndFinished);
+    EXPECT_THAT(Files(), ElementsAre("録画 一.1-0000.avi"));
 }
 
 TEST_F(CooperationRecording, IsSavedThoughThePartnerHangs)

@@ -23,12 +23,12 @@ class TesselCtl : public test::PartnerLinkTest {
 protected:
     static ToolResult Ctl(const char* pVerb) { return RunTool({ TESSEL_CTL_PROGRAM, pVerb }); }
     /// Listening as Marten when it returns.
-    static std::unique_ptr<RunningProgram> ListenAsMarten(const std::string& strOutput = "")
+    static std::unique_ptr<RunningProgram> ListenAsMarten(
+        const std::string& strOutput = "/dev/stdout", const std::string& strLead = "")
     {
         // A shell puts the output where the test wants it, and is then the program.
-        const std::string strRun = "exec " TESSEL_CTL_PROGRAM " listen --title Marten";
-        auto program = std::make_unique<RunningProgram>(
-            std::vector<std::string> { "sh", "-c", strOutput.empty() ? strRun : strRun + " > " + strOutput });
+        auto program = std::make_unique<RunningProgram>(std::vector<std::string> {
+            "sh", "-c", strLead + "exec " TESSEL_CTL_PROGRAM " listen --title Marten > " + strOutput });
         EXPECT_TRUE(program->WaitForErr("listening as Marten\n")) << program->Err();
         return program;
     }
@@ -149,6 +149,16 @@ TEST_F(TesselCtl, AListenerEndsWellOnEitherSignal)
         EXPECT_EQ(listener->WaitForEnd(), 0) << iSignal;
         EXPECT_FALSE(std::filesystem::exists(SocketFile("Marten"))) << iSignal;
     }
+}
+
+TEST_F(TesselCtl, AListenerUnderNohupOutlivesItsTerminal)
+{
+    const auto listener = ListenAsMarten("/dev/stdout", "trap '' HUP; ");
+    listener->Signal(SIGHUP);
+    EXPECT_TRUE(m_link.FindWindow("Marten")->Send(1));
+    EXPECT_TRUE(listener->WaitForOut("command 1\n"));
+    listener->Signal(SIGTERM);
+    EXPECT_EQ(listener->WaitForEnd(), 0);
 }
 
 TEST_F(TesselCtl, ATitleThatIsTakenIsNotListenedUnder)

@@ -97,6 +97,15 @@ TEST(TesselRecord, TheFirstStopSignalSavesWhatThereIs)
     EXPECT_EQ(FramesByFfprobe(folder / "take-cam4-0000.avi"), "100/1," + std::to_string(iFrames) + "\n");
 }
 
+TEST(TesselRecord, UnderNohupTheTerminalMayGo)
+{
+    const TemporaryFolder folder;
+    const ToolResult result = RunTool({ "timeout", "--foreground", "--preserve-status", "-s", "HUP", "2", "nohup",
+        TESSEL_RECORD_PROGRAM, "--cameras", "simulated", "--fps", "30", "--seconds", "3", folder / "take" });
+    EXPECT_EQ(result.iExit, 0) << result.strErr;
+    EXPECT_EQ(FramesByFfprobe(folder / "take-cam4-0000.avi"), "30/1,90\n");
+}
+
 TEST(TesselRecord, WrongUseIsNamedAndEndsWithTwo)
 {
     const TemporaryFolder folder;

@@ -28,7 +28,8 @@ public:
             const int iNull = open("/dev/null", O_RDWR);
             dup2(iNull, STDOUT_FILENO);
             dup2(iNull, STDERR_FILENO);
-            execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", "1920x1200x24", "-nolisten", "tcp",
+            // When its last client leaves, a server takes none for a while, unless told otherwise.
+            execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", "1920x1200x24", "-nolisten", "tcp", "-noreset",
                 static_cast<char*>(nullptr));
             _exit(127);
         }

@@ -37,14 +37,20 @@ TerminationSignals::TerminationSignals(std::function<void()> onTermination)
     action.sa_handler = OnSignal;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    for (const int iSignal : kSignals)
-        ::sigaction(iSignal, &action, nullptr);
+    for (const int iSignal : kSignals) {
+        struct sigaction before { };
+        ::sigaction(iSignal, &action, &before);
+        if (iSignal == SIGHUP && before.sa_handler == SIG_IGN) {
+            ::signal(iSignal, SIG_IGN);
+            m_bHangUpIgnored = true;
+        }
+    }
 }
 
 TerminationSignals::~TerminationSignals()
 {
     for (const int iSignal : kSignals)
-        ::signal(iSignal, SIG_DFL);
+        ::signal(iSignal, iSignal == SIGHUP && m_bHangUpIgnored ? SIG_IGN : SIG_DFL);
     delete m_pNotifier;
     for (int& iSocket : g_sockets) {
         if (iSocket >= 0)

@@ -7,6 +7,7 @@ class QSocketNotifier;
 namespace vireo {
 
 /// Turns SIGTERM, SIGINT and SIGHUP into a call on the user-interface thread, from its event loop.
+/// A SIGHUP that is ignored already, as under nohup, stays so.
 /// One at a time in a process; the signals have their default effect again when it is gone.
 class TerminationSignals : public QObject {
 public:
@@ -16,6 +17,7 @@ public:
 private:
     std::function<void()> m_onTermination;
     QSocketNotifier* m_pNotifier = nullptr;
+    bool m_bHangUpIgnored = false;
 };
 
 } // namespace vireo

@@ -18,6 +18,21 @@ TEST(TerminationSignals, AreHandledFromTheEventLoop)
     }
 }
 
+TEST(TerminationSignals, AHangUpThatIsIgnoredStaysSo)
+{
+    std::signal(SIGHUP, SIG_IGN);
+    {
+        int iCalls = 0;
+        const TerminationSignals signals([&] { ++iCalls; });
+        raise(SIGHUP);
+        raise(SIGTERM); // comes after it
+        EXPECT_TRUE(test::PumpUntil([&] { return iCalls > 0; }));
+        test::Pump();
+        EXPECT_EQ(iCalls, 1);
+    }
+    EXPECT_EQ(std::signal(SIGHUP, SIG_DFL), SIG_IGN);
+}
+
 TEST(TerminationSignals, HaveTheirOwnEffectAgainAfterwards)
 {
     {
