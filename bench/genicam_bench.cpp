@@ -100,9 +100,11 @@ public:
                 m_uiFrames++;
             else
                 m_uiLost++;
-            if (uiLast != 0)
-                m_uiLost += (uiId + 65535 - uiLast) % 65535 - 1;
-            uiLast = uiId;
+            const std::uint64_t uiStep = uiLast != 0 ? (uiId + 65535 - uiLast) % 65535 : 1;
+            if (uiStep > 0 && uiStep < 20000) { // else one that was given up on came in late
+                m_uiLost += uiStep - 1;
+                uiLast = uiId;
+            }
             arv_stream_push_buffer(m_pStream, pBuffer);
         }
     }

@@ -36,7 +36,8 @@ void NetworkTest::SetUp()
 {
     if (g_strRefusal.empty())
         return;
-    if (std::getenv("TESSEL_TESTS_MUST_RUN") != nullptr)
+    const char* strCi = std::getenv("CI");
+    if (strCi != nullptr && *strCi != '\0')
         FAIL() << g_strRefusal;
     GTEST_SKIP() << g_strRefusal;
 }

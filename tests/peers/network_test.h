@@ -15,7 +15,7 @@ void TearUsb(unsigned int uiCamera, int iFrames);
 const std::string& NetworkRefusal();
 
 /// A test that talks to software cameras. Skipped, with the reason, where the kernel forbids a network of
-/// the test's own; with TESSEL_TESTS_MUST_RUN set that is a failure.
+/// the test's own; where changes are judged (CI is set) that is a failure.
 class NetworkTest : public testing::Test {
 protected:
     void SetUp() override;

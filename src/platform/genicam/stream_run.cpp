@@ -1,7 +1,11 @@
 #include "platform/genicam/stream_run.h"
 
 #include <algorithm>
+#include <pthread.h>
+#include <sched.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace vireo {
 
@@ -13,7 +17,18 @@ constexpr gint kLowWater = 8;
 constexpr unsigned int kSocketBuffer = 4U << 20; ///< bytes; for systems that forbid packet sockets
 constexpr std::size_t kPage = 4096;
 constexpr std::uint64_t kLargestGap = 20'000; ///< frames; beyond it a number goes backwards
+constexpr int kNice = -10; ///< where real time is not allowed
 constexpr guint64 kPopTimeoutUs = 1'000'000; ///< a frame that was announced is there or about to be
+
+/// The kernel keeps packets for a quarter of a second at most: whoever fetches them goes before those who look at
+/// pictures. Where the system does not allow it, all is as before.
+void TakePrecedence()
+{
+    sched_param realTime {};
+    realTime.sched_priority = sched_get_priority_min(SCHED_RR);
+    if (pthread_setschedparam(pthread_self(), SCHED_RR, &realTime) != 0)
+        (void)setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNice);
+}
 
 } // namespace
 
@@ -78,6 +93,8 @@ void StreamRun::PushFresh(ArvStream* pStream, std::size_t uiCount)
 /// In the driver's own thread.
 void StreamRun::OnStream(void* pRun, ArvStreamCallbackType eType, ArvBuffer*)
 {
+    if (eType == ARV_STREAM_CALLBACK_TYPE_INIT)
+        TakePrecedence();
     if (eType != ARV_STREAM_CALLBACK_TYPE_BUFFER_DONE)
         return;
     auto& run = *static_cast<StreamRun*>(pRun);
