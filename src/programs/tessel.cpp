@@ -12,11 +12,13 @@
 #include "platform/qt/termination_signals.h"
 #include "platform/time/real_clock.h"
 #include "programs/camera_sources.h"
+#include "programs/version.h"
 
 #include <QApplication>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 namespace {
 
@@ -28,6 +30,27 @@ const char* Environment(const char* pName)
 {
     const char* pValue = std::getenv(pName); // NOLINT(concurrency-mt-unsafe): no other thread runs yet
     return pValue != nullptr ? pValue : "";
+}
+
+constexpr const char* kHelp =
+    "Records high-speed video from up to four cameras at once.\n"
+    "Usage: tessel\n"
+    "       tessel TITLE FLAG WIDTH HEIGHT FPS SHUTTER GAIN SWITCHES FILE...   (a partner program's request)\n"
+    "       tessel --help | --version\n"
+    "TESSEL_CAMERAS says where cameras come from: genicam, iidc, simulated; see tessel(1).\n"
+    "Without a display: tessel-record.\n";
+
+/// Answers who asks at a prompt, with a single word; a partner's request has more. False: start as usual.
+bool AnswerPrompt(int iCount, char** ppArguments)
+{
+    const std::string_view strWord = iCount == 2 ? ppArguments[1] : "";
+    if (strWord == "--version")
+        std::printf("tessel %s\n", kVersion);
+    else if (strWord == "--help" || strWord == "-h")
+        std::fputs(kHelp, stdout);
+    else
+        return false;
+    return true;
 }
 
 // Child frames and the panel stand where the settings say, which Wayland allows nobody.
@@ -61,6 +84,8 @@ int RunDesktop(Platform& platform, QtWindowSystem& window, const std::string& st
 
 int main(int argc, char** argv)
 {
+    if (AnswerPrompt(argc, argv))
+        return 0;
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow further is a failed write, not the end
     AskForX11();
