@@ -1,0 +1,66 @@
+#!/usr/bin/env python3
+"""Compares what the pages say with what the code and the programs say.
+
+check_docs.py --source DIR --version X.Y.Z --program NAME=PATH... CHECK...
+"""
+
+import argparse
+import sys
+from pathlib import Path
+
+import examples
+import pages
+import texts
+
+CHECKS = {
+    "messages": texts.messages,
+    "results": texts.results,
+    "facts": texts.facts,
+    "environment": texts.environment,
+    "options": pages.options,
+    "paths": pages.paths,
+    "links": pages.links,
+    "versions": pages.versions,
+    "partner_python": examples.partner_python,
+    "partner_shell": examples.partner_shell,
+}
+
+
+class House:
+    """The source tree and the programs built from it."""
+
+    def __init__(self, source, version, programs):
+        self.source = Path(source)
+        self.version = version
+        self.programs = dict(program.split("=", 1) for program in programs)
+
+    def read(self, name):
+        return (self.source / name).read_text(encoding="utf-8")
+
+    def pages(self):
+        found = [*self.source.glob("*.md"), *self.source.glob("docs/*.md"), *self.source.glob("packaging/**/*.md")]
+        return sorted(str(page.relative_to(self.source)) for page in found)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--source", required=True)
+    parser.add_argument("--version", required=True)
+    parser.add_argument("--program", action="append", default=[])
+    parser.add_argument("checks", nargs="+", choices=CHECKS)
+    arguments = parser.parse_args()
+    house = House(arguments.source, arguments.version, arguments.program)
+    failures = []
+    for name in arguments.checks:
+        compared, found = CHECKS[name](house)
+        if compared == 0:
+            found = [*found, "nothing was compared: the check no longer finds what it looks for"]
+        print(f"{name}: {compared} compared, {len(found)} wrong")
+        failures += [f"{name}: {failure}" for failure in found]
+    for failure in failures:
+        print(failure, file=sys.stderr)
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,171 @@
+"""Texts and figures of the code against the pages that repeat them. A check returns how much it compared and
+what is wrong."""
+
+import re
+
+OPERATOR = "docs/operator.ja.md"
+PARTNER = "docs/partner.md"
+FORMATS = "docs/file-formats.md"
+DEVELOPER = "docs/developer.md"
+
+# Files beside the message table whose constants are all shown to the operator.
+MESSAGE_FILES = ["src/display/view_messages.h", "src/ui/property_set_rules.cpp"]
+NO_MESSAGES = {"kShutterOpen"}
+CONSTANT = r'\b({name}) = "([^"]*)";'
+
+
+def as_shown(text, site=0):
+    """A format as the guide writes it: without its line end, conversions as a circle."""
+    text = text.replace("\\n", "").replace('\\"', '"')
+    if site:
+        head, _, tail = text.rpartition("%d")
+        text = f"{head}{site}{tail}"
+    return re.sub(r"%[dus]", "○", text)
+
+
+def table_rows(page):
+    """The cells of every table row, code marks and blanks off."""
+    rows = []
+    for line in page.splitlines():
+        if line.startswith("|") and not re.fullmatch(r"[|\-: ]+", line):
+            rows.append([cell.strip().strip("`") for cell in line.strip("|").split("|")])
+    return rows
+
+
+def message_table(header):
+    """The (text, site) pairs of the message table."""
+    table = re.sub(r"//[^\n]*", "", header.split("namespace messages {", 1)[1])
+    return [
+        (text, int(site or 0))
+        for text, site in re.findall(r'\{\s*"((?:[^"\\]|\\.)*)"(?:\s*,\s*(\d+))?', table)
+    ]
+
+
+def constants(code, name=r"k\w+"):
+    return [text for found, text in re.findall(CONSTANT.format(name=name), code) if found not in NO_MESSAGES]
+
+
+def boxes(code):
+    """The texts of boxes that name a constant of their own file; titles stand beside the texts."""
+    names = {
+        name
+        for call in re.findall(r"ShowMessage\(\{([^}]*)\}", code)
+        for name in re.findall(r"\bk[A-Z]\w*", call)
+        if not name.endswith("Title")
+    }
+    return [text for name in sorted(names) for text in constants(code, name)]
+
+
+def messages(house):
+    explained = {row[0]: row for row in table_rows(house.read(OPERATOR))}
+    wanted = [as_shown(text, site) for text, site in message_table(house.read("src/capture/messages.h"))]
+    others = [text for name in MESSAGE_FILES for text in constants(house.read(name))]
+    for source in (house.source / "src").rglob("*.cpp"):
+        others += boxes(source.read_text(encoding="utf-8"))
+    if len(others) < 15:
+        return 0, ["the boxes beside the message table are not where this check looks for them"]
+    wanted += [as_shown(text) for text in others]
+    failures = [f"{OPERATOR} does not explain: {text}" for text in wanted if text not in explained]
+    failures += [
+        f"{OPERATOR}: cause or remedy is empty: {text}"
+        for text in wanted
+        if text in explained and not all(explained[text][1:])
+    ]
+    return len(wanted), failures
+
+
+def results(house):
+    header = house.read("src/app/cooperation.h").split("namespace cooperation_result {", 1)[1]
+    code = sorted(int(value) for value in re.findall(r"constexpr int k\w+ = (-?\d+);", header.split("}", 1)[0]))
+    told = {}
+    for row in table_rows(house.read(PARTNER)):
+        if len(row) == 3 and re.fullmatch(r"-?\d", row[0]) and re.fullmatch(r"\d+", row[1]):
+            told[int(row[0])] = int(row[1])
+    failures = []
+    if sorted(told) != code:
+        failures.append(f"{PARTNER} tells the results {sorted(told)}, the code has {code}")
+    failures += [f"{PARTNER}: {r} is exit status {r % 256}, not {s}" for r, s in told.items() if r % 256 != s]
+    ids = re.findall(r"constexpr int k\w+ = (\d+);", house.read("src/platform/partner_link.h"))
+    failures += [f"{PARTNER} does not name {number}" for number in ids if number not in house.read(PARTNER)]
+    return len(code) + len(ids), failures
+
+
+def facts(house):
+    """Figures and names that the pages repeat."""
+    operator, formats, developer = house.read(OPERATOR), house.read(FORMATS), house.read(DEVELOPER)
+    expected = []  # (page, text, what)
+
+    rates = re.search(r"kFrameRates = \{ ([\d, ]+) \}", house.read("src/camera/capture_parameters.h")).group(1)
+    expected.append((OPERATOR, rates.replace(", ", "、") + " fps", "frame rates"))
+
+    kinds = house.read("src/camera/camera_model_kind.cpp")
+    limits = {k: v for k, *v in re.findall(r"CameraModelKind::(\w+), (-?\d+), (\d+), (\d+) \}", kinds)}
+    strobe = kinds.split("kStrobeCapable =", 1)[1].split(";", 1)[0]
+    for text, kind in re.findall(r'\{ "([^"]+)", CameraModelKind::(\w+) \}', kinds):
+        low, high, fps = limits[kind]
+        locked = "できる" if re.search(rf"::{kind}\b", strobe) else "できない"
+        expected.append((OPERATOR, f"| {text} | {fps} | {low}～{high} | {locked} |", "model"))
+
+    sizes = ["640x480", "1024x768", "1280x720", "1920x1080"]
+    highest = re.findall(r"\{ (\d+), (\d+) \}, // (\d+x\d+)", house.read("src/camera/record_time.cpp"))
+    for others, gige, size in highest:
+        expected.append((OPERATOR, f"| {size} | {others} | {gige} |", "highest rate"))
+    if [size for *_, size in highest] != sizes:
+        return 0, ["src/camera/record_time.cpp: the table of highest rates is not where it was"]
+
+    for number in re.findall(r"^    \w+ = (\d+),", house.read("src/platform/error.h"), re.M):
+        if number != "0":
+            expected.append((OPERATOR, f"\n| {number} | ", "error number"))
+
+    records = house.read("src/app/settings_records.cpp")
+    for key in re.findall(r'WriteIni(?:Int|String)\([^;"]*, "(\w+)",', records):
+        expected.append((FORMATS, f"`{key}`", "settings key"))
+    for key in re.findall(r'\{ "(AFFINE_\d\d)"', records):
+        expected.append((FORMATS, f"`{key}`", "settings key"))
+    expected += [(FORMATS, f"`{key}`", "settings key") for key in ("file1", "file5", "SyncPath")]
+    for section in re.findall(r'k\w+Section = "(\w+)"', records):
+        expected.append((FORMATS, f"`[{section}]`", "settings section"))
+    for key in re.findall(r'read\("(\w+)", (\d+)\)', records):
+        expected.append((FORMATS, f"`{key[0]}` {key[1]}", "white balance"))
+
+    for field in re.findall(r'(?:\{ |json\[)"(\w+)"', house.read("src/programs/take_report_writer.cpp")):
+        expected.append((FORMATS, f"`{field}`", "report field"))
+    for verdict in re.findall(r'case Verdict::\w+: return "([^"]+)"', house.read("src/capture/take_report.cpp")):
+        expected.append((FORMATS, f"`{verdict}`", "verdict"))
+    header = re.search(r"kHeaderBytes = (\d+);", house.read("src/platform/imaging/avi_file.h")).group(1)
+    expected.append((FORMATS, f"The header is {header} bytes", "AVI header"))
+    frames = re.search(r"kTotalFramesOffset = (\d+);", house.read("src/platform/imaging/avi_file.h")).group(1)
+    expected.append((FORMATS, f"byte {frames}.", "frame count"))
+    parts = house.read("src/platform/imaging/mjpeg_video.h")
+    limit = re.search(r"kPartLimitBytes = ([\d']+)", parts).group(1).replace("'", "")
+    expected += [(page, f"{int(limit):,}", "part limit") for page in (FORMATS, OPERATOR)]
+
+    rules = house.read("src/platform/simulated/fault_rules.cpp")
+    for rule in re.findall(r'^    \{ "(\w+)", (?:\[|&Read)', rules, re.M):
+        expected.append((DEVELOPER, f"    {rule}:", "fault rule"))
+
+    text_of = {OPERATOR: operator, FORMATS: formats, DEVELOPER: developer}
+    kinds_seen = {what for *_, what in expected}
+    failures = [f"{page} lacks the {what}: {text.strip()}" for page, text, what in expected if text not in text_of[page]]
+    for what in ("model", "error number", "settings key", "settings section", "white balance", "report field", "verdict",
+                 "fault rule"):
+        if what not in kinds_seen:
+            failures.append(f"the code shows no {what} where this check looks for it")
+    return len(expected), failures
+
+
+def environment(house):
+    """Every environment variable of the programs is on the developers' page and in the man page, and none else is."""
+    named = set()
+    for source in (house.source / "src").rglob("*.cpp"):
+        named |= set(re.findall(r'"(TESSEL_[A-Z_]+)"', source.read_text(encoding="utf-8")))
+    named = {"TESSEL_DRIVE_C" if name == "TESSEL_DRIVE_" else name for name in named}
+    failures = []
+    for name in (DEVELOPER, "packaging/man/en/tessel.1.in", "packaging/man/ja/tessel.1.in"):
+        page = house.read(name)
+        failures += [f"{name} does not name {variable}" for variable in sorted(named) if variable not in page]
+    known = named | {"TESSEL_DRIVE_D", "TESSEL_MAINTAINER", "TESSEL_RELEASE_DATE", "TESSEL_RELEASE_STAMP"}
+    for name in [*house.pages(), "packaging/tessel.desktop"]:
+        for variable in sorted(set(re.findall(r"\bTESSEL_[A-Z_]*[A-Z]\b", house.read(name))) - known):
+            failures.append(f"{name} names {variable}, which nothing reads")
+    return len(named), failures
