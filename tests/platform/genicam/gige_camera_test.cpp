@@ -197,6 +197,13 @@ TEST_F(GigeCameraTest, PropertiesAreConvertedToTheCamerasUnits)
     EXPECT_EQ(PeerFloat(*camera, kPeerExposure), 2500.0F); // us
     SetAbsolute(*camera, PropertyType::Gain, 12.0F);
     EXPECT_EQ(PeerFloat(*camera, kPeerGain), 12.0F);
+    Property tooMuch;
+    tooMuch.type = PropertyType::Gain;
+    tooMuch.absControl = true;
+    tooMuch.absValue = 99.0F;
+    EXPECT_EQ(camera->SetProperty(tooMuch), ErrorType::InvalidParameter);
+    EXPECT_TRUE(m_log.Contains("camera 15000007: 99.000000 lies outside 0.000000 to "));
+    EXPECT_EQ(PeerFloat(*camera, kPeerGain), 12.0F);
     Property balance;
     balance.type = PropertyType::WhiteBalance;
     Check(camera->GetProperty(balance));
@@ -253,6 +260,7 @@ TEST_F(GigeCameraTest, AMissingFeatureIsNamedWithItsCamera)
     EXPECT_EQ(error.GetDescription(), "camera 15000007: lacks AcquisitionFrameRate");
     property.type = PropertyType::Shutter;
     EXPECT_EQ(camera->SetProperty(property).GetDescription(), "camera 15000007: lacks ExposureTime");
+    EXPECT_TRUE(m_log.Contains("camera 15000007: lacks ExposureTime"));
     property.type = PropertyType::Gain;
     EXPECT_EQ(camera->SetProperty(property).GetDescription(), "camera 15000007: lacks Gain");
     error = camera->SetTriggerMode({ true, 0, 2, 0, 0 });

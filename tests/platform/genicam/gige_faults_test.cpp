@@ -184,6 +184,35 @@ TEST_F(GigeFaultsTest, ACameraThatDiesIsGoneWithItsNumberAndHoldsNobodyUp)
     rest.wait();
 }
 
+TEST_F(GigeFaultsTest, FourCamerasThatDieTogetherHoldNobodyUpFourTimes)
+{
+    StartPeer({ "--count", "4", "--fault", "quit:3@20" });
+    MakeLibrary();
+    std::vector<std::unique_ptr<GigECamera>> cameras;
+    std::vector<std::future<Error>> ends;
+    for (unsigned int i = 0; i < 4; i++) {
+        cameras.push_back(Open(15000001 + i));
+        ASSERT_NE(cameras.back(), nullptr);
+        Configure(*cameras[i], 640, 480, 100.0F, -1);
+    }
+    for (const auto& camera : cameras) {
+        Check(camera->StartCapture());
+        ends.push_back(std::async(std::launch::async, [&camera] { return FetchToTheEnd(*camera); }));
+    }
+    // As the program stops: when the first one has failed, all are woken, then stopped and left one by one.
+    EXPECT_EQ(ends[3].get(), ErrorType::Disconnected);
+    for (const auto& camera : cameras)
+        camera->CancelRetrieve();
+    auto rest = std::async(std::launch::async, [&] {
+        for (const auto& camera : cameras)
+            EXPECT_EQ(camera->StopCapture(), ErrorType::Disconnected);
+        for (const auto& camera : cameras)
+            EXPECT_TRUE(camera->Disconnect().IsOk());
+    });
+    EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
+    rest.wait();
+}
+
 TEST_F(GigeFaultsTest, ACameraThatDiesWhileIdleFailsTheNextCallInTime)
 {
     StartPeer({ "--count", "1" });
