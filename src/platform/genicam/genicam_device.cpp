@@ -329,6 +329,8 @@ Error GenicamDevice::RetrieveBuffer(Image& image)
         frame = run.Next();
     if (!frame.bComplete)
         return ErrorType::NothingToDeliver;
+    if (frame.age)
+        arrival = std::min(arrival, m_clock.Now() - *frame.age);
     Deliver(*session, run, frame, arrival, image);
     return {};
 }

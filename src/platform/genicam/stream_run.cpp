@@ -74,6 +74,8 @@ Error StreamRun::Open(OpenDevice& device, std::size_t uiBuffers, std::shared_ptr
             device.remembered.gigeConfig.enablePacketResend ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS
                                                             : ARV_GV_STREAM_PACKET_RESEND_NEVER,
             nullptr);
+    if (ARV_IS_GV_STREAM(m_stream.get()))
+        m_tap = std::make_unique<ArrivalTap>(arv_gv_stream_get_port(ARV_GV_STREAM(m_stream.get())));
     PushFresh(m_stream.get(), kFirstBuffers);
     m_pFed = m_stream.get();
     return {};
@@ -116,6 +118,7 @@ void StreamRun::Close()
     if (m_pBorrowed != nullptr)
         g_object_unref(m_pBorrowed);
     m_pBorrowed = nullptr;
+    m_tap.reset();
     GObjectPtr<ArvStream> stream;
     {
         std::lock_guard lock(m_csStream);
@@ -156,6 +159,8 @@ StreamRun::Frame StreamRun::Next()
     frame.pData = static_cast<std::uint8_t*>(const_cast<void*>(pData));
     frame.uiTimeNs = arv_buffer_get_timestamp(pBuffer);
     frame.bComplete = true;
+    if (m_tap)
+        frame.age = m_tap->AgeOf(arv_buffer_get_frame_id(pBuffer));
     return frame;
 }
 

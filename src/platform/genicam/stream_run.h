@@ -1,5 +1,6 @@
 #pragma once
 #include "platform/camera_types.h"
+#include "platform/genicam/arrival_tap.h"
 #include "platform/genicam/device_link.h"
 #include "platform/genicam/glib_ptr.h"
 #include "platform/genicam/image_settings.h"
@@ -10,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace vireo {
 
@@ -68,6 +70,8 @@ public:
         std::uint8_t* pData = nullptr;
         std::uint64_t uiTimeNs = 0; ///< on the camera's clock
         bool bComplete = false;
+        std::optional<std::int64_t>
+            age; ///< ns since its last packet came; none: the driver's time is the best there is
     };
     /// Takes a frame that the link has announced; the one before goes back to the driver.
     Frame Next();
@@ -91,6 +95,7 @@ private:
     mutable std::mutex m_csStream; ///< Close against Statistics
     GObjectPtr<ArvStream> m_stream;
     std::atomic<ArvStream*> m_pFed = nullptr; ///< the stream, while it may be fed by its own thread
+    std::unique_ptr<ArrivalTap> m_tap; ///< grab thread, while the stream is open
     ArvBuffer* m_pBorrowed = nullptr; ///< grab thread
     bool m_bWideIds = false; ///< frames are numbered with 64 bits, not 16
     bool m_bFirst = true;
