@@ -147,7 +147,7 @@ bool GrabThreads::Stop()
         StopCamerasAgain();
     }
     if (!bWorker)
-        JoinEnded(begin + kStopLimit + kStopRest);
+        JoinEnded(std::min(begin + kStopLimit, m_clock.Now()) + kStopRest);
     return bResult;
 }
 

@@ -224,6 +224,7 @@ TEST(SaveAviAndRearm, ASaveThatEndsEarlyKeepsTheRecordingAndPreparesNothing)
         bench.Doc().m_naming.m_strSaveFolder = bench.m_folder.Path();
         bench.Doc().m_naming.m_strFileTitle = "second";
         Save(bench.Doc());
+        ASSERT_FALSE(bench.m_test.m_video.Videos().empty());
         EXPECT_EQ(bench.m_test.m_video.Videos().back().frames.size(), static_cast<std::size_t>(kFrames));
         EXPECT_FALSE(store.m_bRecordDone[0]);
         EXPECT_TRUE(bench.Flags().m_bCapturing);

@@ -5,19 +5,9 @@
 namespace vireo::test {
 namespace {
 
-// The verbs of the views: redraws, timers, and what a partner program and its keys ask for.
+// The verbs of the views: redraws, playback, and the save that ends a cooperation run.
 
 using Redraws = std::map<int, int>;
-
-CooperationRequest Cooperation(std::int32_t iSwitches = 0, bool bPresent = true)
-{
-    CooperationRequest request;
-    request.CooperationMode = true;
-    request.PartnerPresent = bPresent;
-    request.PartnerTitle = "Marten";
-    request.CoopSwitches = iSwitches;
-    return request;
-}
 
 // ---- Redraws
 
@@ -132,7 +122,8 @@ TEST(Playback, ShowsTheFirstFrameAndTheWholeRangeAndGoesBackWithoutTouchingThem)
 
 TEST(ExitTimer, SavesTheRecordingAndEndsACooperationRun)
 {
-    CooperationRequest request = Cooperation();
+    CooperationRequest request;
+    request.CooperationMode = true;
     OpenDocument bench("simulated:2xFL3-U3-13Y3M", request);
     request.CoopFileNames = { bench.m_folder / "a.avi", bench.m_folder / "b.avi" };
     bench.m_app.SetRequest(request);
@@ -140,109 +131,9 @@ TEST(ExitTimer, SavesTheRecordingAndEndsACooperationRun)
     HandleTimer(bench.Doc(), timer::kExit);
     ASSERT_EQ(bench.m_test.m_video.Videos().size(), 2U);
     EXPECT_EQ(bench.m_test.m_video.Videos()[0].strFileName, bench.m_folder / "a-cam1.avi");
-    EXPECT_EQ(bench.Asked().settleMs.back(), 500);
+    EXPECT_EQ(bench.Asked().settleMs, std::vector<int> { 500 });
     EXPECT_EQ(bench.Asked().commands, std::vector<int> { command::kExit });
     EXPECT_TRUE(GrabThreadsAsked().starts.empty()) << "nothing is prepared for another recording";
-}
-
-TEST(ExitTimer, WaitsForASaveThatRuns)
-{
-    OpenDocument bench("simulated:2xFL3-U3-13Y3M", Cooperation());
-    bench.MakeRecording(10);
-    bench.Flags().m_bSaving = true;
-    HandleTimer(bench.Doc(), timer::kExit);
-    EXPECT_EQ(bench.Asked().iExitTimers, 1);
-    EXPECT_TRUE(bench.Asked().commands.empty());
-    bench.Flags().m_bSaving = false;
-}
-
-TEST(ExitTimer, IsNothingWithoutCooperation)
-{
-    OpenDocument bench;
-    bench.MakeRecording(10);
-    HandleTimer(bench.Doc(), timer::kExit);
-    EXPECT_TRUE(bench.m_test.m_video.Videos().empty());
-    EXPECT_TRUE(bench.Asked().commands.empty());
-}
-
-// ---- Copy-data of the partner
-
-TEST(PartnerCopyData, StartsAndStopsARecordingOrEndsALiveProgram)
-{
-    enum Effect { kNothing, kStart, kStop, kEnd };
-    constexpr int kOurs = partner::kCopyDataIdentifier;
-    const struct {
-        int iIdentifier;
-        const char* pPayload;
-        int iState; ///< 0 = nothing captures
-        Effect eEffect;
-    } kRows[] = {
-        { kOurs, "1", capture_state::kLive, kEnd },
-        { kOurs, "1", capture_state::kRecording, kStop },
-        { kOurs, "1", 0, kNothing },
-        { kOurs, "2", capture_state::kLive, kStart },
-        { kOurs, "2", capture_state::kRecording, kNothing },
-        { kOurs, "2", 0, kNothing },
-        { kOurs, "0", capture_state::kLive, kNothing },
-        { kOurs, "3", capture_state::kLive, kNothing },
-        { kOurs, "-1", capture_state::kRecording, kNothing },
-        { kOurs, "", capture_state::kLive, kNothing },
-        { kOurs, "stop", capture_state::kRecording, kNothing },
-        { kOurs, "99999999999999999999", capture_state::kLive, kNothing },
-        { kOurs + 1, "2", capture_state::kLive, kNothing },
-        { 0, "1", capture_state::kRecording, kNothing },
-    };
-    for (const auto& row : kRows)
-        for (const bool bPresent : { true, false }) {
-            SCOPED_TRACE(testing::Message() << row.iIdentifier << " \"" << row.pPayload << "\" in " << row.iState);
-            OpenDocument bench("simulated:2xFL3-U3-13Y3M", Cooperation(0, bPresent));
-            bench.Flags().m_bCapturing = row.iState != 0;
-            bench.Flags().m_iCaptureState = row.iState != 0 ? row.iState : capture_state::kLive;
-            HandlePartnerCopyData(bench.Doc(), row.iIdentifier, row.pPayload);
-            const Effect eEffect = bPresent ? row.eEffect : kNothing;
-            EXPECT_EQ(bench.Store().m_bStartRequest, eEffect == kStart);
-            EXPECT_EQ(bench.Store().m_bStopRequest, eEffect == kStop);
-            EXPECT_EQ(
-                bench.Asked().commands, eEffect == kEnd ? std::vector<int> { command::kExit } : std::vector<int> {});
-            bench.Flags().m_bCapturing = true;
-        }
-}
-
-// ---- Keys of a cooperation run
-
-TEST(CooperationKeys, AreTakenOnlyWithTheHundredsOfTheSwitches)
-{
-    for (const std::int32_t iSwitches : { 0, 11, 99, -100, 100, 111, 1000 }) {
-        const bool bTaken = iSwitches >= 100;
-        OpenDocument bench("simulated:2xFL3-U3-13Y3M", Cooperation(iSwitches));
-        EXPECT_EQ(HandleCooperationEnter(bench.Doc()), bTaken) << iSwitches;
-        EXPECT_EQ(bench.Store().m_bStartRequest, bTaken);
-        EXPECT_EQ(HandleCooperationEscape(bench.Doc()), bTaken);
-        EXPECT_EQ(bench.Asked().commands.size(), bTaken ? 1U : 0U);
-    }
-    OpenDocument alone;
-    EXPECT_FALSE(HandleCooperationEnter(alone.Doc()));
-    EXPECT_FALSE(HandleCooperationEscape(alone.Doc()));
-}
-
-TEST(CooperationKeys, EnterEndsARunningRecordingAndEscapeLeavesItAlone)
-{
-    OpenDocument bench("simulated:2xFL3-U3-13Y3M", Cooperation(100));
-    bench.Flags().m_iCaptureState = capture_state::kRecording;
-    EXPECT_TRUE(HandleCooperationEscape(bench.Doc()));
-    EXPECT_TRUE(bench.Asked().commands.empty());
-    EXPECT_EQ(bench.m_app.CooperationResult(), 0);
-    EXPECT_TRUE(HandleCooperationEnter(bench.Doc()));
-    EXPECT_TRUE(bench.Store().m_bStopRequest);
-    EXPECT_FALSE(bench.Store().m_bStartRequest);
-}
-
-TEST(CooperationKeys, EscapeCancelsALiveRun)
-{
-    OpenDocument bench("simulated:2xFL3-U3-13Y3M", Cooperation(100));
-    EXPECT_TRUE(HandleCooperationEscape(bench.Doc()));
-    EXPECT_EQ(bench.m_app.CooperationResult(), cooperation_result::kCancelled);
-    EXPECT_EQ(bench.Asked().commands, std::vector<int> { command::kExit });
 }
 
 } // namespace
