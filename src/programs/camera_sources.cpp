@@ -5,6 +5,7 @@
 #include "platform/joined/joined_library.h"
 #include "platform/simulated/simulated_library.h"
 #include "platform/simulated/simulated_setup.h"
+#include "platform/simulated/text_scan.h"
 
 #include <array>
 #include <vector>
@@ -18,8 +19,6 @@ struct Sources {
     GenicamSetup genicam;
     SimulatedSetup simulated; ///< of all simulated items together
 };
-
-std::string Quoted(std::string_view strText) { return '"' + std::string(strText) + '"'; }
 
 std::string ReadGenicam(std::string_view strSource, Sources& sources)
 {

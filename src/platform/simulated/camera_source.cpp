@@ -17,8 +17,6 @@ struct Item {
     std::optional<std::uint32_t> serial;
 };
 
-std::string Quoted(std::string_view strText) { return '"' + std::string(strText) + '"'; }
-
 std::string BadItem(std::string_view strItem, std::string_view strWhy)
 {
     return "bad simulated camera " + Quoted(strItem) + ": " + std::string(strWhy);

@@ -162,12 +162,12 @@ bool ReadError(Rule& rule)
     ErrorFault fault;
     const auto operation = FindOperation(strOperation);
     if (!operation)
-        return Fail(rule, "unknown operation \"" + std::string(strOperation) + '"');
+        return Fail(rule, "unknown operation " + Quoted(strOperation));
     fault.eOperation = *operation;
     const auto type = ScanNumber(strType, INT32_MAX);
     fault.eType = static_cast<ErrorType>(type.value_or(0));
     if (!type || *type == 0 || ErrorTypeName(fault.eType) == ErrorTypeName(static_cast<ErrorType>(-1)))
-        return Fail(rule, "unknown error type \"" + std::string(strType) + '"');
+        return Fail(rule, "unknown error type " + Quoted(strType));
     const auto call = strCount ? ScanNumber(*strCount) : 1;
     if (!call || *call == 0)
         return Fail(rule, "calls count from 1");
@@ -234,7 +234,7 @@ std::string ReadRule(std::string_view strRule, std::size_t uiCameras, SimulatedF
     for (const RuleKind& kind : kRuleKinds)
         if (kind.strName == strName && kind.pRead(rule))
             return {};
-    return "bad camera fault \"" + std::string(strRule) + "\": " + rule.strWhy;
+    return "bad camera fault " + Quoted(strRule) + ": " + rule.strWhy;
 }
 
 } // namespace

@@ -3,10 +3,26 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 
 namespace vireo {
+
+/// The text in double quotes, on one line whatever it holds: control characters as "\xNN".
+inline std::string Quoted(std::string_view strText)
+{
+    constexpr const char* kDigits = "0123456789abcdef";
+    std::string strQuoted = "\"";
+    for (const char cText : strText) {
+        const auto uiByte = static_cast<unsigned char>(cText);
+        if (uiByte < 0x20 || uiByte == 0x7F)
+            strQuoted += { '\\', 'x', kDigits[uiByte >> 4], kDigits[uiByte & 15] };
+        else
+            strQuoted += cText;
+    }
+    return strQuoted + '"';
+}
 
 /// The whole text as a decimal number without sign; none for anything else or above `uiMax`.
 inline std::optional<std::uint64_t> ScanNumber(std::string_view strText, std::uint64_t uiMax = UINT64_MAX)

@@ -117,6 +117,7 @@ TEST(CameraSource, NamesTheBadItem)
         { "simulated:2xGRAS-03K2@4294967295", "\"2xGRAS-03K2@4294967295\"" },
         { "simulated:GRAS-03K2@5+DX-BW@5", "\"DX-BW@5\"" },
         { "simulated:40xGRAS-03K2+40xDX-BW", "\"40xDX-BW\"" },
+        { "simulated:a\nb\x7F", "\"a\\x0ab\\x7f\"" },
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.pSource);
