@@ -77,8 +77,8 @@ def paths(house):
             for path in pattern.findall(line):
                 compared += 1
                 if path.startswith("build/release/"):
-                    target = path.rsplit("/", 1)[1]
-                    known = re.search(rf"(?:add_executable|vireo_\w*test)\({re.escape(target)}[\s)]", built)
+                    target = re.sub(r"^lib(\w+)\.so$", r"\1", path.rsplit("/", 1)[1])
+                    known = re.search(rf"(?:add_executable|add_library|vireo_\w*test)\({re.escape(target)}[\s)]", built)
                     if not known and not target.endswith(".deb"):
                         failures.append(f"{name}: nothing builds {path}")
                 elif not any(house.source.glob(path.rstrip("/"))) and "NAME" not in path:
