@@ -90,6 +90,29 @@ def results(house):
     return len(code) + len(ids), failures
 
 
+def option_values(house):
+    """The values that options take, as man pages and completions list them."""
+    code = house.read("src/programs/record_options.cpp")
+    rates = re.search(r"the frame rate is one of ([\d, ]+), not", code)
+    shutters = re.search(r'kShutters\[\] = \{ ([\d", ]+) \}', code)
+    sizes = re.findall(r'\{ "(\d+x\d+)", \d \}', code)
+    if not rates or not shutters or not sizes:
+        return [], ["src/programs/record_options.cpp: the values of options are not where this check looks for them"]
+    rates = rates.group(1).split(", ")
+    shutters = re.findall(r"\d+", shutters.group(1))
+    man = "packaging/man/{}/tessel-record.1.in".format
+    completion = "packaging/completions/tessel-record"
+    expected = []
+    for values in (rates, sizes):
+        expected.append((man("en"), ", ".join(values[:-1]) + " or " + values[-1], "values"))
+        expected.append((man("ja"), "、".join(values), "values"))
+        expected.append((completion, f"'{' '.join(values)}'", "values"))
+    expected.append((man("en"), ", ".join(shutters), "values"))
+    expected.append((man("ja"), "、".join(shutters), "values"))
+    expected.append((completion, f"'open {' '.join(shutters)}'", "values"))
+    return expected, []
+
+
 def facts(house):
     """Figures and names that the pages repeat."""
     operator, formats, developer = house.read(OPERATOR), house.read(FORMATS), house.read(DEVELOPER)
@@ -144,9 +167,13 @@ def facts(house):
     for rule in re.findall(r'^    \{ "(\w+)", (?:\[|&Read)', rules, re.M):
         expected.append((DEVELOPER, f"    {rule}:", "fault rule"))
 
+    values, words = option_values(house)
+    expected += values
     text_of = {OPERATOR: operator, FORMATS: formats, DEVELOPER: developer}
+    text_of |= {page: house.read(page) for page, *_ in values}
+    failures = words
     kinds_seen = {what for *_, what in expected}
-    failures = [f"{page} lacks the {what}: {text.strip()}" for page, text, what in expected if text not in text_of[page]]
+    failures += [f"{page} lacks the {what}: {text.strip()}" for page, text, what in expected if text not in text_of[page]]
     for what in ("model", "error number", "settings key", "settings section", "white balance", "report field", "verdict",
                  "fault rule"):
         if what not in kinds_seen:
