@@ -79,7 +79,9 @@ void PropertySetDlg::MakeControls()
     m_pName = WithId(new QLineEdit, 1041);
     m_pFolder = WithId(new QLineEdit, 1042);
     m_pFolder->setReadOnly(true); // the button beside it fills it
-    m_pBrowse = WithId(new QPushButton(QStringLiteral("変更")), 1043);
+    auto* pBrowse = new QPushButton(QStringLiteral("変更"));
+    pBrowse->setAutoDefault(false); // Enter means OK
+    m_pBrowse = WithId(pBrowse, 1043);
     m_pRecordSec = new UpDownEdit(1044, 1045);
     m_pRate = WithId(new QComboBox, 1046);
     m_pCameraNumber = new UpDownEdit(1047, 1048);

@@ -272,5 +272,47 @@ TEST_F(PropertySetDlgTest, AbsurdPresetsAreShownWithoutASelection)
     EXPECT_EQ(ById<QLineEdit>(*dialog, 1047)->text(), QStringLiteral("1"));
 }
 
+TEST_F(PropertySetDlgTest, EnterInAFieldMeansOk)
+{
+    Open("simulated:GS3-U3-23S6M");
+    const auto dialog = Dialog();
+    dialog->show();
+    EXPECT_TRUE(ById<QPushButton>(*dialog, 1)->isDefault());
+    EXPECT_FALSE(ById<QPushButton>(*dialog, 1043)->isDefault());
+    Type(*dialog, 1041, "by key");
+    test::PressKey(*ById<QLineEdit>(*dialog, 1041), Qt::Key_Return);
+    EXPECT_EQ(dialog->result(), QDialog::Accepted);
+    EXPECT_EQ(Parameters().m_strPresetName, "by key");
+}
+
+// What a field holds is a text: none of them takes the dialog, the settings file or the next load along.
+TEST_F(PropertySetDlgTest, EveryFieldBearsEveryText)
+{
+    Open("simulated:GS3-U3-23S6M");
+    const std::string strLong(100000, '9');
+    const char* const texts[] = { "", " ", "0", "-1", "-2147483648", "2147483648", "99999999999999999999", "1e308",
+        "nan", "abc", "%s%n%d", "１２", "3;4=[CAM01]", strLong.c_str() };
+    for (const int iField : { 1041, 1044, 1047, 1050 }) {
+        for (const char* pText : texts) {
+            SCOPED_TRACE(std::to_string(iField) + " " + std::string(pText).substr(0, 30));
+            const auto dialog = Dialog(2);
+            Type(*dialog, 1044, "1");
+            Type(*dialog, 1047, "1");
+            Type(*dialog, 1050, "0");
+            Type(*dialog, iField, pText);
+            ById<QPushButton>(*dialog, 1)->click();
+            const bool bRefused = dialog->result() != QDialog::Accepted;
+            const bool bNumber = std::string(pText).starts_with("1e") || std::string(pText).starts_with("3;");
+            EXPECT_EQ(bRefused, iField == 1047 && !bNumber) << "only a camera number can be wrong";
+            dialog->reject();
+            const auto again = Dialog(2);
+            EXPECT_GE(ById<UpDownEdit>(*again, 1045)->text().toInt(), 1);
+            EXPECT_GE(ById<UpDownEdit>(*again, 1048)->text().toInt(), 1);
+            EXPECT_GE(ById<UpDownEdit>(*again, 1051)->text().toInt(), Parameters().m_iGainMinDb);
+            EXPECT_LE(ById<UpDownEdit>(*again, 1051)->text().toInt(), Parameters().m_iGainMaxDb);
+        }
+    }
+}
+
 } // namespace
 } // namespace vireo
