@@ -1,7 +1,10 @@
 #include "desktop_run.h"
+#include "ui/panel_widgets.h"
 
 #include <QMdiArea>
 #include <QMessageBox>
+#include <algorithm>
+#include <filesystem>
 #include <thread>
 
 namespace vireo {
@@ -20,6 +23,12 @@ QStringList ViewTitles(Desktop& desktop)
     for (const CVireoView* pView : desktop.Views())
         titles.append(pView->parentWidget()->windowTitle());
     return titles;
+}
+
+std::size_t ThreadCount()
+{
+    const std::filesystem::directory_iterator threads("/proc/self/task");
+    return static_cast<std::size_t>(std::distance(begin(threads), end(threads)));
 }
 
 TEST(DesktopProgram, OpensOneViewPerCameraAndThePanel)
@@ -57,10 +66,12 @@ TEST(DesktopProgram, StartWithoutACameraEndsAndStoresNothing)
 {
     DesktopRun run("simulated", "error:GetNumOfCameras:20");
     QStringList texts;
-    const OnDialog<QMessageBox> read([&texts](QMessageBox& box) {
-        texts << box.text();
-        box.accept();
-    }, 100);
+    const OnDialog<QMessageBox> read(
+        [&texts](QMessageBox& box) {
+            texts << box.text();
+            box.accept();
+        },
+        100);
     EXPECT_FALSE(run.Start());
     EXPECT_FALSE(texts.isEmpty());
     EXPECT_TRUE(run.m_desktop->Views().empty());
@@ -223,6 +234,19 @@ TEST(DesktopProgram, VerdictNamesTheMissedFrames)
         << run.StatusText().toStdString();
 }
 
+TEST(DesktopProgram, LampShowsTheWaitForTheFirstEdge)
+{
+    DesktopRun run("simulated:2xFL3-U3-13Y3M");
+    ASSERT_TRUE(run.Start());
+    ASSERT_TRUE(PumpUntil([&] { return run.IsLive() && run.Button(1028).isEnabled(); }));
+    const auto* pLamp = dynamic_cast<LampBand*>(run.Panel().findChild<QWidget*>(QStringLiteral("lamp")));
+    ASSERT_NE(pLamp, nullptr);
+    ASSERT_TRUE(PumpUntil([&] { return pLamp->Lamp() == CaptureLamp::Live; }));
+    ById<QCheckBox>(run.Panel(), 1032)->click();
+    ASSERT_TRUE(PumpUntil([&] { return run.Doc().m_capture.m_iCaptureState == capture_state::kRecording; }));
+    EXPECT_TRUE(PumpUntil([&] { return pLamp->Lamp() == CaptureLamp::Waiting; })) << "nothing is recorded yet";
+}
+
 TEST(DesktopProgram, PanelReopenedWhileRecordingCountsNothingFalse)
 {
     DesktopRun run("simulated:2xFL3-U3-13Y3M");
@@ -285,6 +309,14 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
                 PumpUntil([&] { return run.Doc().m_capture.m_iCaptureState == capture_state::kRecording; });
             } },
         { "waiting for a trigger", [](DesktopRun& run) { ById<QCheckBox>(run.Panel(), 1032)->click(); } },
+        { "playback",
+            [](DesktopRun& run) {
+                PumpUntil([&] { return run.IsLive() && run.Button(1028).isEnabled(); });
+                run.Button(1028).click();
+                PumpUntil([&] { return run.IsRecorded(); });
+                run.Button(1022).click();
+                EXPECT_TRUE(run.Doc().m_capture.m_bPlayback);
+            } },
         { "panel closed", [](DesktopRun& run) { run.m_desktop->CarryOut(command::kTogglePanel); } },
         { "document closed",
             [](DesktopRun& run) {
@@ -292,6 +324,7 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
                     pView->parentWidget()->close();
             } },
     };
+    std::size_t uiThreads = 0;
     for (const auto& state : states) {
         SCOPED_TRACE(state.pName);
         DesktopRun run("simulated:2xFL3-U3-13Y3M");
@@ -305,6 +338,9 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
         WindowRect rect;
         EXPECT_TRUE(LoadViewRect(*run.m_app, "CAM01", rect));
         EXPECT_NE(test::ReadFile(run.m_folder / "Tessel.ini").find("[MAIN_WINDOW]"), std::string::npos);
+        const std::size_t uiLeft = ThreadCount(); // the toolkit's own stay
+        EXPECT_TRUE(uiThreads == 0 || uiLeft <= uiThreads) << uiLeft << " threads";
+        uiThreads = std::max(uiThreads, uiLeft);
     }
 }
 
