@@ -208,9 +208,9 @@ bool MeasureStep(Program& program)
         return false;
     program.Button(1022).click();
     const std::vector<CVireoView*> views = program.m_desktop->Views();
-    for (int i = 0; i < static_cast<int>(views.size()); ++i) { // none hides another
+    for (int i = 0; i < static_cast<int>(views.size()); ++i) { // the first one is on top
         CVireoView* pView = views[static_cast<std::size_t>(i)];
-        pView->MoveFrame(QRect(QPoint(50 * i, 50 * i), pView->FrameRect().size()));
+        pView->MoveFrame(QRect(QPoint(50, 50) * ((i + 3) % 4), pView->FrameRect().size()));
     }
     PumpUntil([] { return true; });
     PaintCounter counter(views);

@@ -182,6 +182,25 @@ TEST_F(DesktopTermination, ClosesAMessageThatNobodyReads)
     ExpectGoodEnd();
 }
 
+TEST_F(DesktopTermination, ClosesTheMenusDialogs)
+{
+    BeginLive();
+    Press(m_strMain, "alt+h");
+    XTool({ "xdotool", "key", "a" });
+    Window("バージョン情報");
+    Close(End::Termination);
+    ExpectGoodEnd();
+}
+
+TEST_F(DesktopTermination, ClosesTheSettingsDialog)
+{
+    BeginLive();
+    XTool({ "xdotool", "mousemove", "--window", m_strPanel, "77", "97", "click", "1" }); // under the first preset
+    Window("設定");
+    Close(End::Termination);
+    ExpectGoodEnd();
+}
+
 TEST_F(DesktopTermination, ClosesTheQuestionForTheCamerasAndStoresNothing)
 {
     const std::string strBefore = test::ReadFile(SettingsFile());
