@@ -72,7 +72,9 @@ QPalette PaletteOf(const ApplicationLook& look)
     palette.setColor(QPalette::AlternateBase, bDark ? base.lighter(125) : base.darker(104));
     palette.setColor(QPalette::ToolTipBase, bDark ? base : QColor(0xFF, 0xFF, 0xE6));
     palette.setColor(QPalette::Highlight, QColor::fromRgb(look.highlight));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
+    constexpr int kBright = 140; // white could not be read on it
+    palette.setColor(
+        QPalette::HighlightedText, qGray(look.highlight) > kBright ? QColor::fromRgb(look.base) : QColor(Qt::white));
     const auto mix = [](const QColor& a, const QColor& b) {
         return QColor((a.red() + b.red()) / 2, (a.green() + b.green()) / 2, (a.blue() + b.blue()) / 2);
     };

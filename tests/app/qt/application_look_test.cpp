@@ -57,6 +57,9 @@ TEST(ApplicationLook, TextStandsOutFromItsGroundInEveryLook)
         EXPECT_GT(contrast(look.text, look.button), 110);
         EXPECT_GT(contrast(look.barText, look.barBottom), 90);
         EXPECT_GT(contrast(look.barText, look.barTop), 110);
+        ApplyLook(*qApp, look);
+        const QPalette palette = QApplication::palette();
+        EXPECT_GT(contrast(palette.color(QPalette::HighlightedText).rgb(), look.highlight), 110);
         EXPECT_LT(qGray(look.area), 110) << "pictures stand on dark ground";
     }
 }
