@@ -3,8 +3,6 @@
 
 #include <QMdiArea>
 #include <QMessageBox>
-#include <algorithm>
-#include <filesystem>
 #include <thread>
 
 namespace vireo {
@@ -23,12 +21,6 @@ QStringList ViewTitles(Desktop& desktop)
     for (const CVireoView* pView : desktop.Views())
         titles.append(pView->parentWidget()->windowTitle());
     return titles;
-}
-
-std::size_t ThreadCount()
-{
-    const std::filesystem::directory_iterator threads("/proc/self/task");
-    return static_cast<std::size_t>(std::distance(begin(threads), end(threads)));
 }
 
 TEST(DesktopProgram, OpensOneViewPerCameraAndThePanel)
@@ -324,7 +316,6 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
                     pView->parentWidget()->close();
             } },
     };
-    std::size_t uiThreads = 0;
     for (const auto& state : states) {
         SCOPED_TRACE(state.pName);
         DesktopRun run("simulated:2xFL3-U3-13Y3M");
@@ -338,9 +329,6 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
         WindowRect rect;
         EXPECT_TRUE(LoadViewRect(*run.m_app, "CAM01", rect));
         EXPECT_NE(test::ReadFile(run.m_folder / "Tessel.ini").find("[MAIN_WINDOW]"), std::string::npos);
-        const std::size_t uiLeft = ThreadCount(); // the toolkit's own stay
-        EXPECT_TRUE(uiThreads == 0 || uiLeft <= uiThreads) << uiLeft << " threads";
-        uiThreads = std::max(uiThreads, uiLeft);
     }
 }
 
