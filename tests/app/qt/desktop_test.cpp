@@ -3,6 +3,7 @@
 
 #include <QMdiArea>
 #include <QMessageBox>
+#include <filesystem>
 #include <thread>
 
 namespace vireo {
@@ -21,6 +22,16 @@ QStringList ViewTitles(Desktop& desktop)
     for (const CVireoView* pView : desktop.Views())
         titles.append(pView->parentWidget()->windowTitle());
     return titles;
+}
+
+/// Threads of this process, without those that the toolkit keeps for its own work.
+std::size_t ThreadCount()
+{
+    std::size_t uiThreads = 0;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task"))
+        if (!test::ReadFile(thread.path() / "comm").starts_with("Thread (pooled)"))
+            ++uiThreads;
+    return uiThreads;
 }
 
 TEST(DesktopProgram, OpensOneViewPerCameraAndThePanel)
@@ -316,10 +327,12 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
                     pView->parentWidget()->close();
             } },
     };
+    const std::size_t uiThreads = ThreadCount();
     for (const auto& state : states) {
         SCOPED_TRACE(state.pName);
         DesktopRun run("simulated:2xFL3-U3-13Y3M");
         ASSERT_TRUE(run.Start());
+        EXPECT_GT(ThreadCount(), uiThreads);
         state.enter(run);
         run.m_desktop->Frame().close(); // the close box
         ASSERT_TRUE(PumpUntil([&] { return !run.m_desktop->Frame().isVisible(); }));
@@ -329,6 +342,7 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
         WindowRect rect;
         EXPECT_TRUE(LoadViewRect(*run.m_app, "CAM01", rect));
         EXPECT_NE(test::ReadFile(run.m_folder / "Tessel.ini").find("[MAIN_WINDOW]"), std::string::npos);
+        EXPECT_EQ(ThreadCount(), uiThreads);
     }
 }
 
