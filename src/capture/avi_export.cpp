@@ -316,11 +316,11 @@ bool IsBaseTaken(const std::string& strNativeBase)
 
 std::string NextSerialSuffix(const std::string& strNumber)
 {
-    std::int64_t iValue = 0;
+    std::uint64_t uiValue = 0; // also of a text without leading digits, or with more than the number can hold
     const std::size_t uiDigits = strNumber.find_first_not_of(" \t");
     if (uiDigits != std::string::npos)
-        std::from_chars(strNumber.data() + uiDigits, strNumber.data() + strNumber.size(), iValue);
-    const std::string strNext = std::to_string(iValue + 1);
+        std::from_chars(strNumber.data() + uiDigits, strNumber.data() + strNumber.size(), uiValue);
+    const std::string strNext = std::to_string(uiValue + 1);
     return strNext.size() >= strNumber.size() ? strNext : std::string(strNumber.size() - strNext.size(), '0') + strNext;
 }
 

@@ -7,6 +7,7 @@
 #include "camera/document_lifecycle.h"
 #include "camera/operator_actions.h"
 #include "camera/record_time.h"
+#include "camera/video_mode.h"
 #include "capture/avi_export.h"
 #include "capture/frame_store_alloc.h"
 #include "capture/grab_threads.h"
@@ -24,6 +25,7 @@ constexpr std::size_t kLongestPath = 260; ///< bytes that the export takes
 constexpr std::size_t kLongestName = 255; ///< bytes that file systems take
 constexpr ClockTime kLiveWait = 5 * kNsPerSecond;
 constexpr ClockTime kLastFramesWait = kNsPerSecond;
+constexpr ClockTime kStopWait = 2 * kNsPerSecond; // for the frames that end a stopped recording in step
 
 bool AllDone(const CVireoDoc& doc)
 {
@@ -126,6 +128,23 @@ bool Recorder::CheckRate(CVireoDoc& doc)
         return Fail(record_status::kUsage,
             FormatText(
                 "%d fps is more than these cameras allow at this size: at most %d fps", preset.FrameRate, iCeiling));
+    return CheckModelRates(doc, preset);
+}
+
+// A rate that no rule of a model knows leaves the camera in its standard mode, at that mode's own rate.
+bool Recorder::CheckModelRates(CVireoDoc& doc, const RecordingPreset& preset)
+{
+    for (unsigned int c = 0; c < doc.m_cameras.m_uiNumCameras; ++c) {
+        CameraInfo info;
+        if (!CameraOf(doc, c).GetCameraInfo(info).IsOk() || info.interfaceType == InterfaceType::GigE)
+            continue;
+        const VideoModeChoice choice = ChooseVideoMode(info.modelName, preset.WindowSize, preset.FrameRate);
+        const int iStandard = choice.eRate == FrameRateCode::Fps60 ? 60 : 30;
+        if (!choice.bCustom && preset.FrameRate != iStandard)
+            return Fail(record_status::kUsage,
+                FormatText("%d fps is no rate of camera %u (%s)", preset.FrameRate, doc.m_cameras.m_uiSerialNumber[c],
+                    info.modelName.c_str()));
+    }
     return true;
 }
 
@@ -208,6 +227,7 @@ bool Recorder::Record(CVireoDoc& doc)
         ? clock.Now() + static_cast<ClockTime>(*m_options.dTimeoutSeconds * kNsPerSecond)
         : kForever;
     bool bStopAsked = false;
+    ClockTime stopLimit = kForever;
     const char* pGivenUp = nullptr;
     const auto finished = [&] {
         m_progress(FormatText("%d of %d frames", std::min(RecordedFrames(doc), doc.m_store.m_iRecordTarget.load()),
@@ -218,7 +238,12 @@ bool Recorder::Record(CVireoDoc& doc)
             if (!bRecording || doc.m_capture.m_iCaptureMode == capture_mode::kLinear)
                 return true; // nothing to end in step: EndRecording keeps what there is
             doc.m_store.m_bStopRequest = true;
+            stopLimit = clock.Now() + kStopWait;
         }
+        // The stop is taken with a frame of camera 0, and a trigger need not bring one ever again: EndRecording
+        // keeps what there is.
+        if (bStopAsked && (RecordedFrames(doc) < 1 || clock.Now() >= stopLimit))
+            return true;
         // A recording that has begun is never given up.
         if (RecordedFrames(doc) < 1 && !doc.m_store.m_bRecordDone[0])
             pGivenUp = StoreIsShort(doc)  ? "memory is short: the recording could not be whole"

@@ -45,6 +45,7 @@ private:
     bool FailWithMessage(const char* pInstead);
     bool Discover(CVireoDoc& doc);
     bool CheckRate(CVireoDoc& doc);
+    bool CheckModelRates(CVireoDoc& doc, const RecordingPreset& preset);
     bool CheckTargets(CVireoDoc& doc);
     bool Apply(CVireoDoc& doc);
     bool WaitLive(CVireoDoc& doc);

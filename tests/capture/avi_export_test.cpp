@@ -437,8 +437,8 @@ TEST(AviExportNames, RunningNumbersKeepTheirLength)
         const char* pNumber;
         const char* pNext;
     } kRows[] = { { "0009", "0010" }, { "0099", "0100" }, { "99", "100" }, { "9", "10" }, { "1", "2" },
-        { "abc", "001" }, { "12a", "013" }, { "0", "1" }, { " 7", "08" },
-        { "99999999999999999999", "00000000000000000001" } };
+        { "abc", "001" }, { "12a", "013" }, { "0", "1" }, { " 7", "08" }, { "-5", "01" },
+        { "9223372036854775807", "9223372036854775808" }, { "99999999999999999999", "00000000000000000001" } };
     for (const auto& row : kRows)
         EXPECT_EQ(NextSerialSuffix(row.pNumber), row.pNext) << row.pNumber;
 }

@@ -12,6 +12,7 @@ TEST(RecorderFailure, ACameraThatFailsCutsTheTakeToWhatEveryCameraHas)
         unsigned int uiLost;
         int iFewest;
     } kRows[] = {
+        { "simulated:2xGRAS-03K2@12000001", "hang:1@400", "[1]->RetrieveBuffer()に失敗(18)", 12000002, 200 },
         { kFour, "hang:3@400", "カメラ４のデータ取得に失敗しました(18)", 13000004, 300 },
         { kFour, "hang:0@400", "カメラ１のデータ取得に失敗しました(18)", 13000001, 300 },
         { kFour, "unplug:0@400", "カメラ１のデータ取得に失敗しました(12)", 13000001, 300 },
@@ -40,6 +41,28 @@ TEST(RecorderFailure, ACameraThatFailsCutsTheTakeToWhatEveryCameraHas)
             EXPECT_TRUE(PicturesAgree(files));
             EXPECT_LT(take.m_clock.Now(), 12 * kNsPerSecond);
         }
+}
+
+TEST(RecorderFailure, ACameraThatNeverDeliversIsNamedWithinFiveSeconds)
+{
+    const struct {
+        const char* pCameras;
+        const char* pFaults;
+        const char* pError;
+    } kRows[] = {
+        { kFour, "hang:3@0", "カメラ４のデータ取得に失敗しました(18) (lost: camera 13000004)" },
+        { kFour, "hang:0@0", "カメラ１のデータ取得に失敗しました(18) (lost: camera 13000001)" },
+        { "simulated:2xGRAS-03K2@12000001", "hang:1@0", "[1]->RetrieveBuffer()に失敗(18) (lost: camera 12000002)" },
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(testing::Message() << row.pCameras << " " << row.pFaults);
+        Take take(row.pCameras, row.pFaults, At(200, 5));
+        const RecordOutcome outcome = take.Run();
+        EXPECT_EQ(outcome.iStatus, record_status::kFailed);
+        EXPECT_EQ(outcome.strError, row.pError);
+        EXPECT_TRUE(take.Files().empty());
+        EXPECT_LT(take.m_clock.Now(), 7 * kNsPerSecond) << "two seconds of pauses, then five";
+    }
 }
 
 TEST(RecorderFailure, AnOlderMessageIsNoReason)
@@ -152,6 +175,8 @@ TEST(RecorderFailure, ARateBeyondTheCamerasIsWrongUse)
             "60 fps is more than these cameras allow at this size: at most 30 fps" },
         { "simulated:FL3-U3-13E4C@14000001", At(120, 1),
             "120 fps is more than these cameras allow at this size: at most 118 fps" },
+        { "simulated:FL3-U3-13Y3M@13000001", At(118, 1), "118 fps is no rate of camera 13000001 (FL3-U3-13Y3M)" },
+        { "simulated:Dragonfly Express@1", At(200, 1), "200 fps is no rate of camera 1 (Dragonfly Express)" },
     };
     for (const auto& row : kRows) {
         Take take(row.pCameras, "", row.options);

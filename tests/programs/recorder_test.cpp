@@ -160,7 +160,8 @@ TEST(Recorder, ACrystalAHundredPpmOffIsInSyncAndToldAfterTwentySeconds)
 
 TEST(Recorder, TheExternalTriggerStartsTheTake)
 {
-    for (const char* pCameras : { "simulated", "simulated:2xGS3-U3-23S6M@17000001" }) {
+    for (const char* pCameras :
+        { "simulated", "simulated:2xGS3-U3-23S6M@17000001", "simulated:2xGRAS-03K2@12000001" }) {
         SCOPED_TRACE(pCameras);
         RecordOptions options = At(100, 2);
         options.bTriggerWait = true;
@@ -195,6 +196,28 @@ TEST(Recorder, AStopSavesWhatIsRecordedSoFar)
         EXPECT_LT(take.Files()[0].exposuresUs.size(), 500U);
         EXPECT_EQ(outcome.report.iFrames, static_cast<int>(take.Files()[0].exposuresUs.size()));
         EXPECT_TRUE(PicturesAgree(take.Files()));
+    }
+}
+
+TEST(Recorder, AStopIsHeardThoughNoTriggerComes)
+{
+    const struct {
+        const char* pFaults;
+        int iStopSeconds;
+        bool bSaved;
+    } kRows[] = { { "", 3, false }, { "trigger:0.5@100", 9, true } };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.pFaults);
+        RecordOptions options = At(100, 2);
+        options.bTriggerWait = true;
+        Take take("simulated", row.pFaults, options);
+        take.m_stopAt = row.iStopSeconds * kNsPerSecond;
+        const RecordOutcome outcome = take.Run();
+        EXPECT_EQ(outcome.iStatus, row.bSaved ? record_status::kSaved : record_status::kFailed);
+        EXPECT_EQ(outcome.strError, row.bSaved ? "" : "stopped before the recording began");
+        EXPECT_EQ(take.Files().empty(), !row.bSaved);
+        EXPECT_TRUE(!row.bSaved || PicturesAgree(take.Files()));
+        EXPECT_LT(take.m_clock.Now(), (row.iStopSeconds + 5) * kNsPerSecond);
     }
 }
 
