@@ -183,6 +183,21 @@ TEST(Recorder, ATriggerThatRunsBeforeTheCamerasIsNotCalledInSyncUnlessItIs)
     EXPECT_EQ(outcome.report.eVerdict == Verdict::InSync, PicturesAgree(take.Files())) << outcome.report.strReason;
 }
 
+TEST(Recorder, APresetGivesTheValuesThatNoOptionGives)
+{
+    RecordOptions options;
+    options.iPreset = 2;
+    options.iSeconds = 1;
+    Take take(kFour, "", options);
+    WriteFile(take.Folder().Path() + "/Tessel.ini",
+        "[CAM_PROPERTY_DATA2]\r\nFrameRate=60\r\nRecTime=2\r\nInitialCameraNumber=5\r\n");
+    const RecordOutcome outcome = take.Run();
+    EXPECT_EQ(outcome.iStatus, record_status::kSaved) << outcome.strError;
+    EXPECT_EQ(outcome.report.iFpsRequested, 60);
+    EXPECT_EQ(outcome.report.iFrames, 60) << "one second of it";
+    EXPECT_EQ(outcome.report.cameras.front().iNumber, 5);
+}
+
 TEST(Recorder, AStopSavesWhatIsRecordedSoFar)
 {
     for (const char* pCameras : { "simulated", "simulated:2xGRAS-03K2" }) { // in step, and free-running

@@ -99,6 +99,30 @@ TEST(TesselRecord, TheFirstStopSignalSavesWhatThereIs)
     EXPECT_EQ(FramesByFfprobe(folder / "take-cam4-0000.avi"), "100/1," + std::to_string(iFrames) + "\n");
 }
 
+TEST(TesselRecord, TheSecondStopSignalEndsAtOnce)
+{
+    const TemporaryFolder folder;
+    RunningProgram program(
+        { TESSEL_RECORD_PROGRAM, "--cameras", "simulated", "--fps", "100", "--seconds", "60", folder / "take" });
+    ASSERT_TRUE(program.WaitForErr("m_isaveFrameCount[0]=(")) << program.Err();
+    program.Signal(SIGSTOP); // so that both are there before the program looks
+    program.Signal(SIGINT);
+    program.Signal(SIGTERM);
+    program.Signal(SIGCONT);
+    EXPECT_EQ(program.WaitForEnd(), 130) << program.Err();
+}
+
+TEST(TesselRecord, AReportThatCannotBeWrittenIsAFailureAndTheTakeIsSaved)
+{
+    const TemporaryFolder folder;
+    const ToolResult result = Record({ "--seconds", "1", "--json", folder / "nowhere/report.json", folder / "take" });
+    EXPECT_EQ(result.iExit, 1);
+    EXPECT_NE(
+        result.strErr.find("the report cannot be written: " + (folder / "nowhere/report.json")), std::string::npos)
+        << result.strErr;
+    EXPECT_EQ(FramesByFfprobe(folder / "take-cam4-0000.avi"), "30/1,30\n");
+}
+
 TEST(TesselRecord, UnderNohupTheTerminalMayGo)
 {
     const TemporaryFolder folder;
