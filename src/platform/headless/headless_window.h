@@ -20,6 +20,7 @@ public:
 
     /// What posted commands, timers and panel refreshes do; called inside WaitFor. Set before any thread runs.
     void OnCommand(std::function<void(int)> handler) { m_onCommand = std::move(handler); }
+    // cppcheck-suppress danglingLifetime; whoever captures a document takes the handler away before it goes
     void OnTimer(std::function<void(int)> handler) { m_onTimer = std::move(handler); }
     void OnPanelRefresh(std::function<void()> handler) { m_onPanelRefresh = std::move(handler); }
     void OnProgress(std::function<void(int iPosition, int iRange)> handler) { m_onProgress = std::move(handler); }

@@ -45,7 +45,7 @@ public:
         , m_file(settings.write)
     {
     }
-    ~MjpegVideo() override { (void)Close(); }
+    ~MjpegVideo() override { (void)MjpegVideo::Close(); }
 
     Error Open(const std::string& strFileName, const MJPGOption& option) override;
     Error Append(const Image& image) override;
@@ -127,6 +127,7 @@ Error MjpegVideo::Append(const Image& image)
     } else if (frame.uiRows != m_uiRows || frame.uiCols != m_uiCols) {
         return { ErrorType::InvalidParameter, "the frame's size is not that of the first frame" };
     }
+    // cppcheck-suppress nullPointerRedundantCheck; StartEncoding has made it
     Error error = m_pipeline->Put(frame);
     if (!error.IsOk())
         m_bReported = true;

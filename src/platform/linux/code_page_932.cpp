@@ -29,6 +29,7 @@ public:
             iconv_close(m_conversion);
     }
     /// The whole text converted; empty when it cannot be.
+    // cppcheck-suppress passedByValue; iconv wants a pointer it could write through
     std::string Convert(std::string strIn)
     {
         if (!IsOpen())

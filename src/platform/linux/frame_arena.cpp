@@ -112,7 +112,7 @@ LinuxFrameArena::LinuxFrameArena(const Clock& clock, TouchOptions options)
 {
 }
 
-LinuxFrameArena::~LinuxFrameArena() { Release(); }
+LinuxFrameArena::~LinuxFrameArena() { LinuxFrameArena::Release(); }
 
 bool LinuxFrameArena::Reserve(std::size_t uiRegions, std::uint64_t uiBytes)
 {

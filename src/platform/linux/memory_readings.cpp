@@ -181,6 +181,7 @@ MemoryReading ReadControlGroupMemory(const std::string& strRoot)
 std::optional<std::uint64_t> ParseByteCount(std::string_view strText)
 {
     std::uint64_t uiBytes = 0;
+    // cppcheck-suppress invalidLifetime; the text outlives the call
     const auto [pEnd, eError] = std::from_chars(strText.data(), strText.data() + strText.size(), uiBytes);
     if (eError != std::errc() || pEnd != strText.data() + strText.size())
         return std::nullopt;

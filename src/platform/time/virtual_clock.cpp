@@ -34,7 +34,7 @@ VirtualClock::Order VirtualClock::DefaultOrder()
 VirtualClock::VirtualClock(Order eOrder)
     : m_eOrder(eOrder)
 {
-    const std::uint64_t uiThread = NewThreadNumber();
+    const std::uint64_t uiThread = VirtualClock::NewThreadNumber();
     auto participant = std::make_unique<Participant>();
     participant->uiThread = uiThread;
     participant->bRunning = true;
