@@ -110,7 +110,7 @@ public:
         }
     }
     ClockThread(ClockThread&&) = default;
-    ClockThread& operator=(ClockThread&& other)
+    ClockThread& operator=(ClockThread&& other) // NOLINT(performance-noexcept-move-constructor): joins first
     {
         Join();
         m_clock = other.m_clock;
