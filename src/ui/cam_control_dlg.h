@@ -31,7 +31,7 @@ public:
     ~CamControlDlg() override;
 
     /// Fills everything from the document; once, before it is shown.
-    void Open();
+    void Open(); // NOLINT(bugprone-virtual-near-miss): the window system calls it so
 
     /// Which buttons can be pressed, from the document's flags.
     void UpdatePanelState();
