@@ -29,10 +29,10 @@ int EntryOf(std::uint64_t uiUsableKiB, std::uint32_t uiCameras, std::uint32_t ui
 {
     const std::uint32_t uiKiBPerSecond = uiCameras * uiFps * uiFrameKiB;
     const std::uint64_t uiFileKiB = uiCameras * kFileCapKiB;
+    const std::uint32_t uiRoundedKiB = uiCameras * uiFps * (uiFrameKiB / 20);
     std::uint64_t uiEntry = uiUsableKiB / (uiKiBPerSecond + 64);
     if (uiFileKiB / (uiKiBPerSecond / 20) < uiEntry)
-        uiEntry = RoundsFrameSize(static_cast<int>(uiFps)) ? uiFileKiB / (uiCameras * uiFps * (uiFrameKiB / 20))
-                                                           : uiFileKiB / (uiKiBPerSecond / 20);
+        uiEntry = uiFileKiB / (RoundsFrameSize(static_cast<int>(uiFps)) ? uiRoundedKiB : uiKiBPerSecond / 20);
     return static_cast<int>(std::min<std::uint64_t>(uiEntry, std::numeric_limits<int>::max()));
 }
 

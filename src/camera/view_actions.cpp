@@ -78,9 +78,7 @@ void ShowPlaybackFrame(CVireoDoc& doc, int iOffset)
 
 void HandleTimer(CVireoDoc& doc, int iTimer)
 {
-    if (iTimer == timer::kRefreshLive && IsLive(doc))
-        RefreshViews(doc);
-    else if (iTimer == timer::kRefreshSlow && IsRecording(doc))
+    if ((iTimer == timer::kRefreshLive && IsLive(doc)) || (iTimer == timer::kRefreshSlow && IsRecording(doc)))
         RefreshViews(doc);
     else if (iTimer == timer::kExit)
         EndCooperationRun(doc);

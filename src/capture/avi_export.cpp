@@ -272,7 +272,7 @@ ExportResult SaveAviAutomatic(CVireoDoc& doc)
         return {};
     const std::string strBase = TakeAutomaticBase(doc);
     ExportPlan plan;
-    plan.baseOf = [strBase](unsigned int) { return strBase; };
+    plan.baseOf = [strBase](unsigned int) { return std::string(strBase); };
     plan.imposedRate = [&doc](unsigned int c) -> std::optional<float> {
         if (!doc.m_capture.m_running.bImposed || (c == 0 && !doc.m_capture.m_running.bRateFixed))
             return std::nullopt;
