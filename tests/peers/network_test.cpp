@@ -32,6 +32,13 @@ void TearUsb(unsigned int uiCamera, int iFrames)
     pTear(uiCamera, iFrames);
 }
 
+void ClaimUsb(unsigned int uiCamera, bool bElsewhere)
+{
+    const auto pClaim = reinterpret_cast<void (*)(unsigned int, int)>(dlsym(RTLD_DEFAULT, "TesselUsbClaim"));
+    ASSERT_NE(pClaim, nullptr);
+    pClaim(uiCamera, bElsewhere ? 1 : 0);
+}
+
 void NetworkTest::SetUp()
 {
     if (g_strRefusal.empty())

@@ -7,9 +7,11 @@ namespace vireo::peers {
 /// What hangs on the software USB cables of every such test program, in this order.
 constexpr const char* kUsbCameras = "u3v:GS3-U3-23S6M:17000001,iidc:GS3-U3-23S6C:17000042";
 
-/// Pulls the plug of the n-th of them, or puts it in again; lets its next frames come in pieces.
+/// Pulls the plug of the n-th of them, or puts it in again; lets its next frames come in pieces; has another
+/// program hold it.
 void PlugUsb(unsigned int uiCamera, bool bIn);
 void TearUsb(unsigned int uiCamera, int iFrames);
+void ClaimUsb(unsigned int uiCamera, bool bElsewhere);
 
 /// Why this program got no network of its own; empty when it has one. Set by main().
 const std::string& NetworkRefusal();

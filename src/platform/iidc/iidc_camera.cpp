@@ -15,7 +15,8 @@ Error WhileCapturing(const IidcDevice& device)
 } // namespace
 
 IidcCamera::IidcCamera(Clock& clock, Log& log, OpenCamera openCamera)
-    : m_notes(log)
+    : m_clock(clock)
+    , m_notes(log)
     , m_openCamera(std::move(openCamera))
     , m_capture(clock)
 {
@@ -218,6 +219,13 @@ Error IidcCamera::StopLocked()
     return m_device->Translate(eCode, "stop", ErrorType::TransportFailed);
 }
 
+/// Asks the camera whether it is still there, while no other thread uses its registers.
+bool IidcCamera::Answers(IidcDevice& device)
+{
+    std::lock_guard lock(m_csDevice);
+    return device.Answers();
+}
+
 Error IidcCamera::RetrieveBuffer(Image& image)
 {
     std::lock_guard retrieve(m_csRetrieve);
@@ -229,7 +237,10 @@ Error IidcCamera::RetrieveBuffer(Image& image)
     if (!open.IsOk())
         return open;
     // The device stays while m_csRetrieve is held; registers may be used meanwhile.
-    const IidcCapture::Found eFound = m_capture.Take(*pDevice, m_manner);
+    const ClockTime begin = m_clock.Now();
+    IidcCapture::Found eFound = m_capture.Take(*pDevice, m_manner, begin);
+    while (eFound == IidcCapture::Found::Silent && Answers(*pDevice))
+        eFound = m_capture.Take(*pDevice, m_manner, begin);
     if (eFound == IidcCapture::Found::Cancelled)
         return ErrorType::NothingToDeliver;
     if (eFound == IidcCapture::Found::Frame) {
@@ -239,8 +250,7 @@ Error IidcCamera::RetrieveBuffer(Image& image)
         image.SetArrivalTime(m_capture.Arrival());
         return {};
     }
-    std::lock_guard lock(m_csDevice);
-    if (!pDevice->Answers())
+    if (!Answers(*pDevice))
         return pDevice->Gone();
     return eFound == IidcCapture::Found::Broken ? ErrorType::NothingToDeliver : ErrorType::Timeout;
 }

@@ -61,7 +61,9 @@ private:
         return m_notes.Note(m_device->IsGone() ? m_device->Gone() : job(*m_device));
     }
     Error StopLocked();
+    bool Answers(IidcDevice& device);
 
+    Clock& m_clock;
     FailureNotes m_notes;
     OpenCamera m_openCamera;
     std::mutex m_csRetrieve; ///< held by the grab thread while it fetches a frame; before m_csDevice

@@ -104,9 +104,10 @@ void IidcCapture::Return(IidcDevice& device)
     m_pFrame = nullptr;
 }
 
-IidcCapture::Found IidcCapture::Fetch(IidcDevice& device, const Manner& manner)
+IidcCapture::Found IidcCapture::Fetch(IidcDevice& device, const Manner& manner, ClockTime begin)
 {
-    const ClockTime begin = m_clock.Now();
+    if (m_bCancelled)
+        return Found::Cancelled; // also when frames wait
     while (!Dequeue(device)) {
         const int iTimeoutMs = manner.iTimeoutMs;
         const ClockTime deadline = iTimeoutMs < 0 ? kForever : begin + iTimeoutMs * kNsPerMs;
@@ -118,19 +119,19 @@ IidcCapture::Found IidcCapture::Fetch(IidcDevice& device, const Manner& manner)
         if (m_clock.Now() >= deadline && manner.iTimeoutMs == iTimeoutMs)
             return Found::Timeout;
         // A pulled plug shows as a call that leads to nothing, or as silence.
-        if ((eFound == Found::Frame || m_clock.Now() - begin >= kNsPerSecond / 2) && !device.Answers())
-            return Found::Timeout;
         if (eFound == Found::Frame)
             m_clock.SleepMs(1);
+        if (eFound == Found::Frame || m_clock.Now() - begin >= kNsPerSecond / 2)
+            return Found::Silent;
     }
     while (manner.bNewestOnly && Dequeue(device)) { }
     return Found::Frame;
 }
 
-IidcCapture::Found IidcCapture::Take(IidcDevice& device, const Manner& manner)
+IidcCapture::Found IidcCapture::Take(IidcDevice& device, const Manner& manner, ClockTime begin)
 {
     Return(device);
-    const Found eFound = Fetch(device, manner);
+    const Found eFound = Fetch(device, manner, begin);
     if (eFound != Found::Frame)
         return eFound;
     if (dc1394_capture_is_frame_corrupt(device.Get(), m_pFrame) != DC1394_FALSE

@@ -32,9 +32,11 @@ public:
     /// Lets a waiting Take look at its manner again. Any thread.
     void Poke();
 
-    enum class Found { Frame, Broken, Timeout, Cancelled };
-    /// Takes the next frame, or the newest. The one before goes back to the driver.
-    Found Take(IidcDevice& device, const Manner& manner);
+    enum class Found { Frame, Broken, Timeout, Cancelled, Silent };
+    /// Takes the next frame, or the newest. The one before goes back to the driver. The wait counts from
+    /// `begin`. Touches no register, since other threads may use them meanwhile: Silent asks the caller to see
+    /// whether the camera is still there, and to come again.
+    Found Take(IidcDevice& device, const Manner& manner, ClockTime begin);
     /// Gives the frame before back.
     void Return(IidcDevice& device);
 
@@ -46,7 +48,7 @@ public:
 
 private:
     Found Wait(int iFrames, ClockTime deadline);
-    Found Fetch(IidcDevice& device, const Manner& manner);
+    Found Fetch(IidcDevice& device, const Manner& manner, ClockTime begin);
     bool Dequeue(IidcDevice& device);
 
     Clock& m_clock;

@@ -1,5 +1,7 @@
 #include "platform/iidc/iidc_device.h"
 
+#include "platform/range_message.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -12,7 +14,7 @@ constexpr std::uint32_t kInquiryRegister = 0x0404; ///< which features there are
 constexpr std::uint32_t kSerialRegister = 0x1F20;
 constexpr std::uint32_t kTileRegister = 0x1040; ///< four letters: the colours of the top left pixels
 constexpr std::uint32_t kGreyTile = 0x59595959; ///< "YYYY"
-constexpr std::uint32_t kUsbDomain = 0x49000000;
+constexpr std::uint32_t kOwnDomain = 0x49000000; ///< of a camera that shares its time with nobody
 constexpr std::uint32_t kBusDomain = 0x13940000;
 
 constexpr double kMsPerSecond = 1000.0;
@@ -22,15 +24,17 @@ constexpr unsigned int kLargestRaw = 1023; ///< of the white balance
 
 struct PropertyFeature {
     PropertyType eType;
+    const char* pName;
+    const char* pUnit;
     dc1394feature_t eFeature;
     double dUnits; ///< of ours in one of the camera's
     double dWidest; ///< taken although it is beyond today's limit; 0: not so
 };
 constexpr PropertyFeature kProperties[] = {
-    { PropertyType::FrameRate, DC1394_FEATURE_FRAME_RATE, 1.0, kHighestRate },
-    { PropertyType::Shutter, DC1394_FEATURE_SHUTTER, kMsPerSecond, kLongestShutterMs },
-    { PropertyType::Gain, DC1394_FEATURE_GAIN, 1.0, 0.0 },
-    { PropertyType::WhiteBalance, DC1394_FEATURE_WHITE_BALANCE, 1.0, 0.0 },
+    { PropertyType::FrameRate, "frame rate", "fps", DC1394_FEATURE_FRAME_RATE, 1.0, kHighestRate },
+    { PropertyType::Shutter, "shutter", "ms", DC1394_FEATURE_SHUTTER, kMsPerSecond, kLongestShutterMs },
+    { PropertyType::Gain, "gain", "dB", DC1394_FEATURE_GAIN, 1.0, 0.0 },
+    { PropertyType::WhiteBalance, "white balance", "", DC1394_FEATURE_WHITE_BALANCE, 1.0, 0.0 },
 };
 
 const PropertyFeature* Row(PropertyType eType)
@@ -239,8 +243,8 @@ Error IidcDevice::WriteProperty(const Property& property)
     const bool bAbsolute = property.absControl && info.absValSupported && !property.autoManualMode;
     if (bAbsolute && !(property.absValue >= info.absMin && property.absValue <= info.absMax))
         return Fail(ErrorType::InvalidParameter,
-            std::to_string(property.absValue) + " lies outside " + std::to_string(info.absMin) + " to "
-                + std::to_string(info.absMax));
+            RangeMessage(row.pName, row.pUnit, static_cast<double>(property.absValue), static_cast<double>(info.absMin),
+                static_cast<double>(info.absMax)));
     const bool bBalance = property.type == PropertyType::WhiteBalance && !property.autoManualMode;
     if (bBalance && (property.valueA > kLargestRaw || property.valueB > kLargestRaw))
         return Fail(ErrorType::InvalidParameter, "a white balance lies between 0 and 1023");
@@ -306,13 +310,14 @@ CameraInfo ReadIidcInfo(IidcDevice& device, std::uint64_t uiGuid)
     dc1394_camera_get_platform_string(pCamera, &strRoad);
     if (strRoad == nullptr || std::string_view(strRoad) != "usb") {
         std::uint32_t uiPort = 0;
-        dc1394_camera_get_linux_port(pCamera, &uiPort);
+        const bool bBus = dc1394_camera_get_linux_port(pCamera, &uiPort) == DC1394_SUCCESS;
         info.interfaceType = InterfaceType::Ieee1394;
-        info.clockDomain = kBusDomain | (uiPort & 0xFFFFU); // the bus hands its time to every camera on it
+        // The bus hands its time to every camera on it; which bus it is must be known for that.
+        info.clockDomain = bBus ? kBusDomain | (uiPort & 0xFFFFU) : kOwnDomain | (info.serialNumber & 0x00FFFFFFU);
         return info;
     }
     info.interfaceType = info.modelName.find("U3") != std::string::npos ? InterfaceType::Usb3 : InterfaceType::Usb2;
-    info.clockDomain = kUsbDomain | (info.serialNumber & 0x00FFFFFFU);
+    info.clockDomain = kOwnDomain | (info.serialNumber & 0x00FFFFFFU);
     return info;
 }
 

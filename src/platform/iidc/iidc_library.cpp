@@ -25,6 +25,20 @@ std::string GuidText(std::uint64_t uiGuid)
     return szText;
 }
 
+/// Everybody may use the registers of a camera on a USB cable, but one program alone has its frames. The driver
+/// asks for them with a capture only; that would be after the other program's settings were overwritten.
+bool IsTaken(dc1394camera_t* pCamera)
+{
+    const char* strRoad = nullptr;
+    dc1394_camera_get_platform_string(pCamera, &strRoad);
+    if (strRoad == nullptr || std::string_view(strRoad) != "usb")
+        return false;
+    const dc1394error_t eCode = dc1394_capture_setup(pCamera, 1, DC1394_CAPTURE_FLAGS_DEFAULT);
+    if (eCode == DC1394_SUCCESS)
+        dc1394_capture_stop(pCamera);
+    return eCode == DC1394_FAILURE;
+}
+
 /// What the driver has to say goes where everything goes.
 void WriteDriverLine(dc1394log_t, const char* strText, void* pLog) { static_cast<Log*>(pLog)->Write(strText); }
 
@@ -178,9 +192,13 @@ Error IidcLibrary::Open(const PGRGuid& guid, Dc1394Camera& camera, IidcRecord& r
         return ErrorType::NotFound;
     record = *pKnown;
     camera.reset(dc1394_camera_new_unit(m_context.get(), record.uiDc1394Guid, record.uiUnit));
-    if (camera)
+    const std::string strName = "camera " + std::to_string(record.info.serialNumber);
+    if (!camera)
+        return { ErrorType::NotFound, strName + ": cannot be opened" };
+    if (!IsTaken(camera.get()))
         return {};
-    return { ErrorType::NotFound, "camera " + std::to_string(record.info.serialNumber) + " cannot be opened" };
+    camera.reset();
+    return { ErrorType::AccessDenied, strName + ": another program controls it" };
 }
 
 std::unique_ptr<Camera> IidcLibrary::CreateCamera(const PGRGuid& guid)

@@ -168,6 +168,7 @@ extern "C" {
 // What a test does to the cable of the n-th camera.
 void TesselUsbPlug(unsigned int uiCamera, int iIn) { Plugged().at(uiCamera)->SetPlugged(iIn != 0); }
 void TesselUsbTear(unsigned int uiCamera, int iFrames) { Plugged().at(uiCamera)->Tear(iFrames); }
+void TesselUsbClaim(unsigned int uiCamera, int iElsewhere) { Plugged().at(uiCamera)->SetClaimed(iElsewhere != 0); }
 
 int libusb_init(libusb_context** ppContext)
 {
@@ -225,7 +226,10 @@ std::uint8_t libusb_get_bus_number(libusb_device*) { return 1; }
 std::uint8_t libusb_get_device_address(libusb_device* pDevice) { return pDevice->uiAddress; }
 int libusb_get_device_speed(libusb_device*) { return LIBUSB_SPEED_SUPER; }
 int libusb_set_configuration(libusb_device_handle*, int) { return 0; }
-int libusb_claim_interface(libusb_device_handle*, int) { return 0; }
+int libusb_claim_interface(libusb_device_handle* pHandle, int)
+{
+    return pHandle->pDevice->pDevice->IsClaimed() ? LIBUSB_ERROR_BUSY : 0;
+}
 int libusb_release_interface(libusb_device_handle*, int) { return 0; }
 int libusb_reset_device(libusb_device_handle*) { return 0; }
 int libusb_set_auto_detach_kernel_driver(libusb_device_handle*, int) { return 0; }

@@ -34,6 +34,8 @@ public:
     // What a test does to the cable.
     void SetPlugged(bool bPlugged) { m_bGone = !bPlugged; }
     void Tear(int iFrames) { m_iTear = iFrames; }
+    void SetClaimed(bool bClaimed) { m_bClaimed = bClaimed; }
+    bool IsClaimed() const { return m_bClaimed; }
     bool IsGone() const { return m_bGone; }
 
 protected:
@@ -46,6 +48,7 @@ protected:
 
 private:
     std::atomic<bool> m_bGone = false;
+    std::atomic<bool> m_bClaimed = false; ///< by another program
     std::atomic<int> m_iTear = 0; ///< frames that are to come in pieces
 };
 

@@ -206,6 +206,23 @@ TEST_F(IidcCameraTest, AStandardModeNeedsNoSettings)
     EXPECT_NEAR(*ReadBarCode(image) - *first, 16667, 2);
 }
 
+TEST_F(IidcCameraTest, ACameraOfAnotherProgramIsDenied)
+{
+    unsigned int uiCount = 0;
+    Check(m_library->GetBusManager().GetNumOfCameras(uiCount));
+    PGRGuid guid;
+    Check(m_library->GetBusManager().GetCameraFromSerialNumber(kSerial, guid));
+    const auto camera = m_library->CreateCamera(guid);
+    ASSERT_NE(camera, nullptr);
+    peers::ClaimUsb(1, true);
+    const Error error = camera->Connect(guid);
+    peers::ClaimUsb(1, false);
+    EXPECT_EQ(error, ErrorType::AccessDenied);
+    EXPECT_EQ(error.GetDescription(), "camera 17000042: another program controls it");
+    EXPECT_FALSE(camera->IsConnected());
+    Check(camera->Connect(guid));
+}
+
 } // namespace
 
 } // namespace vireo
