@@ -121,7 +121,7 @@ std::unique_ptr<CameraLibrary> OpenCameraSources(
         libraries.push_back(pBackend->pOpen(clock, log, sources));
     if (libraries.size() == 1)
         return std::move(libraries.front());
-    return MakeJoinedLibrary(std::move(libraries));
+    return MakeJoinedLibrary(log, std::move(libraries));
 }
 
 } // namespace vireo

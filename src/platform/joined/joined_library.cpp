@@ -16,8 +16,9 @@ bool SameModel(const std::string& strA, const std::string& strB)
 
 class JoinedLibrary final : public CameraLibrary, public BusManager {
 public:
-    explicit JoinedLibrary(std::vector<std::unique_ptr<CameraLibrary>> libraries)
-        : m_libraries(std::move(libraries))
+    JoinedLibrary(Log& log, std::vector<std::unique_ptr<CameraLibrary>> libraries)
+        : m_log(log)
+        , m_libraries(std::move(libraries))
     {
     }
 
@@ -40,6 +41,7 @@ private:
     void Collect();
     bool Listed(std::size_t uiLibrary, const CameraInfo& info) const;
 
+    Log& m_log;
     std::vector<std::unique_ptr<CameraLibrary>> m_libraries;
     std::vector<Entry> m_cameras;
     std::map<const CameraBase*, std::size_t> m_makers; ///< which library made a camera object
@@ -98,10 +100,12 @@ Error JoinedLibrary::GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRG
     for (const Entry& entry : m_cameras) {
         if (entry.info.serialNumber != uiSerialNumber)
             continue;
-        if (pFound != nullptr && pFound->uiLibrary != entry.uiLibrary)
-            return { ErrorType::InvalidParameter,
-                "two cameras have the serial number " + std::to_string(uiSerialNumber) + ": " + pFound->info.modelName
-                    + " and " + entry.info.modelName };
+        if (pFound != nullptr && pFound->uiLibrary != entry.uiLibrary) {
+            const std::string strText = "two cameras have the serial number " + std::to_string(uiSerialNumber) + ": "
+                + pFound->info.modelName + " and " + entry.info.modelName;
+            m_log.Write(strText);
+            return { ErrorType::InvalidParameter, strText };
+        }
         pFound = &entry;
     }
     if (pFound == nullptr)
@@ -165,9 +169,9 @@ Error JoinedLibrary::StartSyncCapture(std::span<CameraBase* const> cameras)
 
 } // namespace
 
-std::unique_ptr<CameraLibrary> MakeJoinedLibrary(std::vector<std::unique_ptr<CameraLibrary>> libraries)
+std::unique_ptr<CameraLibrary> MakeJoinedLibrary(Log& log, std::vector<std::unique_ptr<CameraLibrary>> libraries)
 {
-    return std::make_unique<JoinedLibrary>(std::move(libraries));
+    return std::make_unique<JoinedLibrary>(log, std::move(libraries));
 }
 
 } // namespace vireo

@@ -1,6 +1,7 @@
 #include "platform/joined/joined_library.h"
 #include "platform/simulated/simulated_library.h"
 #include "platform/time/virtual_clock.h"
+#include "support/recorded_log.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +20,7 @@ protected:
             ASSERT_EQ(ParseSimulatedSource(strSource, setup.cameras), "");
             libraries.push_back(MakeSimulatedLibrary(m_clock, setup));
         }
-        m_library = MakeJoinedLibrary(std::move(libraries));
+        m_library = MakeJoinedLibrary(m_log, std::move(libraries));
         ASSERT_TRUE(m_library->GetBusManager().GetNumOfCameras(m_uiCount).IsOk());
     }
     std::vector<unsigned int> Serials()
@@ -39,6 +40,7 @@ protected:
     }
 
     VirtualClock m_clock;
+    test::RecordedLog m_log;
     std::unique_ptr<CameraLibrary> m_library;
     unsigned int m_uiCount = 0;
 };
@@ -72,6 +74,7 @@ TEST_F(JoinedLibraryTest, DifferentCamerasWithOneNumberAreNamed)
     EXPECT_NE(error.GetDescription().find("serial number 10"), std::string::npos);
     EXPECT_NE(error.GetDescription().find("GS3-U3-23S6M"), std::string::npos);
     EXPECT_NE(error.GetDescription().find("FL3-U3-13Y3M"), std::string::npos);
+    EXPECT_TRUE(m_log.Contains("two cameras have the serial number 10"));
 }
 
 TEST_F(JoinedLibraryTest, GuidsFindTheirWayBack)
