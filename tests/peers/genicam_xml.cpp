@@ -134,10 +134,12 @@ void Acquisition(Writer& xml, Dialect eDialect)
 
 void Analog(Writer& xml, const SoftCameraSetup& setup)
 {
-    if (setup.eDialect == Dialect::Modern)
+    if (setup.eDialect == Dialect::Modern) {
+        xml.Enumeration("GainSelector", feature::GainSelector, { { "Digital", 0 }, { "All", 1 } });
         xml.Float("Gain", feature::Gain, "<Min>0</Min><Max>29</Max><Unit>dB</Unit>");
-    else
+    } else {
         xml.Integer("GainRaw", feature::GainRaw, "<Min>0</Min><Max>290</Max>");
+    }
     xml.Enumeration("GainAuto", feature::GainAuto, { { "Off", 0 }, { "Continuous", 2 } });
     if (!setup.strModel.ends_with('C'))
         return;
@@ -183,6 +185,8 @@ std::string MakeGenicamXml(const SoftCameraSetup& setup, std::uint32_t uiFeature
         Analog(xml, setup);
     if (setup.eDialect == Dialect::Modern)
         DigitalIo(xml);
+    if (setup.eDialect == Dialect::Modern)
+        xml.Boolean("ChunkModeActive", feature::ChunkModeActive);
     xml.Integer("TLParamsLocked", feature::TLParamsLocked, "<Min>0</Min><Max>1</Max>");
     xml.Raw("<Port Name=\"Device\"/>\n</RegisterDescription>\n");
     return xml.Take();

@@ -36,6 +36,7 @@ SoftCamera::SoftCamera(const SoftCameraSetup& setup)
     At(feature::PixelFormat) = IsColour() ? kBayerRG8 : kMono8;
     At(feature::TriggerSource) = kTriggerLine0;
     At(feature::FrameRateEnable) = 1;
+    At(feature::ChunkModeActive) = 1; // as another program may have left it
     SetFloat(feature::FrameRate, 30.0F);
     SetFloat(feature::ExposureTime, 10000.0F);
     SetFloat(feature::BalanceRatio, 1.0F);
@@ -85,7 +86,8 @@ void SoftCamera::Update()
     At(feature::OffsetX) = std::min(Word(feature::OffsetX), Word(feature::WidthMax) - Width());
     At(feature::OffsetY) = std::min(Word(feature::OffsetY), Word(feature::HeightMax) - Height());
     At(feature::PayloadSize) = FrameBytes();
-    SetFloat(feature::FrameRateMax, static_cast<float>(1e9 / static_cast<double>(MinPeriodNs())));
+    SetFloat(
+        feature::FrameRateMax, static_cast<float>(1e9 / static_cast<double>(std::max(MinPeriodNs(), ExposureNs()))));
     SetFloat(feature::FrameRate, std::min(Float(feature::FrameRate), Float(feature::FrameRateMax)));
     std::uint32_t uiAll = 0;
     for (std::size_t uiLine = 0; uiLine < kLines; uiLine++) {

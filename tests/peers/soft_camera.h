@@ -52,6 +52,7 @@ enum Offset : std::uint32_t {
     BalanceRatioSelector = 0x18C,
     BalanceRatio = 0x190, ///< two floats: red, blue
     BalanceWhiteAuto = 0x198,
+    GainSelector = 0x19C, ///< 0: digital, 1: all
     LineSelector = 0x200,
     UserOutputSelector = 0x204,
     LineMode = 0x210, ///< per line: 0 input, 1 output
@@ -63,6 +64,7 @@ enum Offset : std::uint32_t {
     StrobeDelay = 0x270, ///< float, us
     StrobeDuration = 0x280, ///< float, us
     TLParamsLocked = 0x300,
+    ChunkModeActive = 0x304,
     End = 0x400,
 };
 }

@@ -34,7 +34,10 @@ TEST_P(CameraContract, PropertiesKeepToTheirRange)
     const struct {
         PropertyType eType;
         float fGood;
-    } kRows[] = { { PropertyType::FrameRate, 60.0F }, { PropertyType::Shutter, 2.0F }, { PropertyType::Gain, 6.0F } };
+        const char* pName;
+        const char* pUnit;
+    } kRows[] = { { PropertyType::FrameRate, 60.0F, "frame rate", " fps" },
+        { PropertyType::Shutter, 2.0F, "shutter", " ms" }, { PropertyType::Gain, 6.0F, "gain", " dB" } };
     for (const auto& row : kRows) {
         SCOPED_TRACE(static_cast<int>(row.eType));
         PropertyInfo info;
@@ -50,7 +53,12 @@ TEST_P(CameraContract, PropertiesKeepToTheirRange)
             property.absControl = true;
             property.autoManualMode = false;
             property.absValue = fBad;
-            EXPECT_EQ(Cam().SetProperty(property), ErrorType::InvalidParameter) << fBad;
+            const Error error = Cam().SetProperty(property);
+            EXPECT_EQ(error, ErrorType::InvalidParameter) << fBad;
+            if (error.HasDescription()) { // a simulated camera says nothing
+                EXPECT_NE(error.GetDescription().find(row.pName), std::string::npos) << error.GetDescription();
+                EXPECT_TRUE(error.GetDescription().ends_with(row.pUnit)) << error.GetDescription();
+            }
         }
         Property property;
         property.type = row.eType;
@@ -72,6 +80,40 @@ TEST_P(CameraContract, ARateThatTheImageForbidsComesWithTheImageThatAllowsIt)
     property.type = PropertyType::FrameRate;
     Check(Cam().GetProperty(property));
     EXPECT_NEAR(property.absValue, 220.0F, 0.5F);
+}
+
+TEST_P(CameraContract, ARateThatTheShutterForbidsComesWithTheShutterThatAllowsIt)
+{
+    Open();
+    SetAbsolute(PropertyType::FrameRate, 5.0F);
+    SetAbsolute(PropertyType::Shutter, 100.0F); // as another program may have left it
+    SetAbsolute(PropertyType::FrameRate, 220.0F);
+    SetAbsolute(PropertyType::Shutter, 1.0F);
+    Property property;
+    property.type = PropertyType::FrameRate;
+    Check(Cam().GetProperty(property));
+    EXPECT_NEAR(property.absValue, 220.0F, 0.5F);
+}
+
+TEST_P(CameraContract, AStandardModeHoldsACameraToItsRateThatRanOnItsOwn)
+{
+    Open();
+    if (m_gige)
+        return; // it has no standard modes
+    Property property;
+    property.type = PropertyType::FrameRate;
+    Check(Cam().GetProperty(property));
+    property.autoManualMode = true;
+    Check(Cam().SetProperty(property));
+    Check(m_usb->SetVideoModeAndFrameRate(VideoMode::Mode640x480Y8, FrameRateCode::Fps60));
+    Check(Cam().StartCapture());
+    Image image;
+    Check(Cam().RetrieveBuffer(image));
+    const auto first = ReadBarCode(image);
+    Check(Cam().RetrieveBuffer(image));
+    const auto second = ReadBarCode(image);
+    ASSERT_TRUE(first && second);
+    EXPECT_NEAR(*second - *first, 16667, 100);
 }
 
 TEST_P(CameraContract, AnAbsentPropertyIsNoErrorButCannotBeSet)
@@ -182,6 +224,17 @@ TEST_P(CameraContract, ImageModesAreKnownOrNot)
         }
         EXPECT_EQ(bSupported, mode != 7) << mode;
     }
+    bool bPlain = false; // some models are always set to mode 2, which then has all pixels
+    Format7Info plain;
+    plain.mode = 2;
+    if (m_gige)
+        Check(m_gige->QueryGigEImagingMode(2, bPlain));
+    else
+        Check(m_usb->GetFormat7Info(plain, bPlain));
+    if (m_gige)
+        EXPECT_EQ(m_gige->SetGigEImagingMode(2), bPlain ? ErrorType::Ok : ErrorType::NotSupported);
+    else
+        EXPECT_TRUE(!bPlain || (plain.maxWidth >= 1280 && plain.maxHeight >= 960)) << plain.maxWidth;
     if (m_gige) {
         EXPECT_EQ(m_gige->SetGigEImagingMode(7), ErrorType::NotSupported);
         Check(m_gige->SetGigEImagingMode(1));

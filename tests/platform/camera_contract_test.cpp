@@ -226,6 +226,21 @@ TEST_P(CameraContract, ACancelledWaitStaysCancelledUntilTheNextStart)
     Check(Cam().RetrieveBuffer(image));
 }
 
+TEST_P(CameraContract, ACancelledCameraDeliversNoFrameThatWaited)
+{
+    Open();
+    Check(Cam().StartCapture());
+    Image image;
+    Check(Cam().RetrieveBuffer(image));
+    s_ground->clock.SleepUntil(image.GetArrivalTime() + 100 * kNsPerMs); // some ten frames come meanwhile
+    Cam().CancelRetrieve();
+    for (int i = 0; i < 3; i++)
+        EXPECT_EQ(Cam().RetrieveBuffer(image), ErrorType::NothingToDeliver);
+    Check(Cam().StopCapture());
+    Check(Cam().StartCapture());
+    Check(Cam().RetrieveBuffer(image));
+}
+
 TEST_P(CameraContract, RegistersCanBeUsedWhileAThreadWaits)
 {
     OpenSilent(-1);

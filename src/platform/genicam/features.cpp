@@ -18,8 +18,6 @@ struct FeatureNames {
 // One row for each thing a camera may do, with the names that makers give it.
 constexpr FeatureNames kNames[] = {
     { Feature::AcquisitionMode, { "AcquisitionMode" } },
-    { Feature::AcquisitionStart, { "AcquisitionStart" } },
-    { Feature::AcquisitionStop, { "AcquisitionStop" } },
     { Feature::FrameRate, { "AcquisitionFrameRate", "AcquisitionFrameRateAbs", "FrameRate" } },
     { Feature::FrameRateEnable, { "AcquisitionFrameRateEnable", "AcquisitionFrameRateEnabled" } },
     { Feature::FrameRateAuto, { "AcquisitionFrameRateAuto" } },
@@ -88,32 +86,39 @@ Features::Features(ArvDevice* pDevice, std::string strCamera)
 {
 }
 
-void Features::LookUp(Feature eFeature, Found& found)
-{
-    found.bLooked = true;
-    for (const char* strName : NamesOf(eFeature).names) {
-        if (strName == nullptr)
-            return;
-        GErrorSlot error;
-        ArvGcNode* pNode = arv_device_get_feature(m_pDevice, strName);
-        if (pNode == nullptr || !arv_device_is_feature_available(m_pDevice, strName, error.Out()) || error)
-            continue;
-        found = { true, strName, pNode, ScaleOf(strName, pNode) };
-        return;
-    }
-}
-
-Features::Found& Features::Look(Feature eFeature)
+/// Only what was found is kept: a feature may be there later, and a question that got no answer says nothing.
+Error Features::LookUp(Feature eFeature)
 {
     Found& found = m_found[static_cast<std::size_t>(eFeature)];
-    if (!found.bLooked)
-        LookUp(eFeature, found);
-    return found;
+    if (found.pNode != nullptr)
+        return {};
+    for (const char* strName : NamesOf(eFeature).names) {
+        ArvGcNode* pNode = strName != nullptr ? arv_device_get_feature(m_pDevice, strName) : nullptr;
+        if (pNode == nullptr)
+            continue;
+        GErrorSlot error;
+        const bool bAvailable = arv_device_is_feature_available(m_pDevice, strName, error.Out()) != FALSE;
+        if (error)
+            return Translate(error.Get(), strName, ErrorType::PropertyFailed);
+        if (!bAvailable)
+            continue;
+        found = { strName, pNode, ScaleOf(strName, pNode) };
+        return {};
+    }
+    return {};
 }
 
-const char* Features::Name(Feature eFeature) { return Look(eFeature).strName; }
-ArvGcNode* Features::Node(Feature eFeature) { return Look(eFeature).pNode; }
-double Features::Scale(Feature eFeature) { return Look(eFeature).dScale; }
+bool Features::Has(Feature eFeature) { return !LookUp(eFeature).IsOk() || Name(eFeature) != nullptr; }
+
+Error Features::Need(Feature eFeature)
+{
+    Error error = LookUp(eFeature);
+    return error.IsOk() && Name(eFeature) == nullptr ? Missing(eFeature) : error;
+}
+
+const char* Features::Name(Feature eFeature) const { return m_found[static_cast<std::size_t>(eFeature)].strName; }
+ArvGcNode* Features::Node(Feature eFeature) const { return m_found[static_cast<std::size_t>(eFeature)].pNode; }
+double Features::Scale(Feature eFeature) const { return m_found[static_cast<std::size_t>(eFeature)].dScale; }
 
 Error Features::Fail(ErrorType eType, std::string_view strText) const
 {
@@ -151,8 +156,8 @@ Error Features::Translate(const GError* pError, std::string_view strWhat, ErrorT
 
 Error Features::GetFloat(Feature eFeature, double& dValue)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     GErrorSlot error;
     ArvGcNode* pNode = Node(eFeature);
     double dRead = 0.0;
@@ -167,8 +172,8 @@ Error Features::GetFloat(Feature eFeature, double& dValue)
 
 Error Features::SetFloat(Feature eFeature, double dValue)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     GErrorSlot error;
     ArvGcNode* pNode = Node(eFeature);
     if (ARV_IS_GC_FLOAT(pNode))
@@ -181,8 +186,8 @@ Error Features::SetFloat(Feature eFeature, double dValue)
 
 Error Features::GetRange(Feature eFeature, FeatureRange& range)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     GErrorSlot error;
     FeatureRange read;
     if (ARV_IS_GC_FLOAT(Node(eFeature))) {
@@ -200,8 +205,8 @@ Error Features::GetRange(Feature eFeature, FeatureRange& range)
 
 Error Features::GetInteger(Feature eFeature, std::int64_t& iValue)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     GErrorSlot error;
     const gint64 iRead = arv_device_get_integer_feature_value(m_pDevice, Name(eFeature), error.Out());
     if (!error)
@@ -211,8 +216,8 @@ Error Features::GetInteger(Feature eFeature, std::int64_t& iValue)
 
 Error Features::SetInteger(Feature eFeature, std::int64_t iValue)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     GErrorSlot error;
     arv_device_set_integer_feature_value(m_pDevice, Name(eFeature), iValue, error.Out());
     return Translate(error.Get(), Name(eFeature), ErrorType::PropertyFailed);
@@ -220,8 +225,8 @@ Error Features::SetInteger(Feature eFeature, std::int64_t iValue)
 
 Error Features::GetStep(Feature eFeature, std::int64_t& iStep)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     GErrorSlot error;
     const gint64 iRead = arv_device_get_integer_feature_increment(m_pDevice, Name(eFeature), error.Out());
     if (!error)
@@ -231,8 +236,8 @@ Error Features::GetStep(Feature eFeature, std::int64_t& iStep)
 
 Error Features::GetSwitch(Feature eFeature, bool& bOn)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     if (ARV_IS_GC_ENUMERATION(Node(eFeature))) {
         std::string strValue;
         const Error error = GetChoice(eFeature, strValue);
@@ -251,8 +256,8 @@ Error Features::GetSwitch(Feature eFeature, bool& bOn)
 
 Error Features::SetSwitch(Feature eFeature, bool bOn)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     if (ARV_IS_GC_ENUMERATION(Node(eFeature)))
         return bOn ? SetFirstChoice(eFeature, { "On", "Continuous", "True" })
                    : SetFirstChoice(eFeature, { "Off", "False" });
@@ -266,8 +271,8 @@ Error Features::SetSwitch(Feature eFeature, bool bOn)
 
 Error Features::GetChoice(Feature eFeature, std::string& strValue)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     GErrorSlot error;
     const char* strRead = arv_device_get_string_feature_value(m_pDevice, Name(eFeature), error.Out());
     if (!error && strRead != nullptr)
@@ -277,8 +282,8 @@ Error Features::GetChoice(Feature eFeature, std::string& strValue)
 
 Error Features::SetChoice(Feature eFeature, const std::string& strValue)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     GErrorSlot error;
     arv_device_set_string_feature_value(m_pDevice, Name(eFeature), strValue.c_str(), error.Out());
     return Translate(error.Get(), std::string(Name(eFeature)) + " = " + strValue, ErrorType::PropertyFailed);
@@ -287,7 +292,7 @@ Error Features::SetChoice(Feature eFeature, const std::string& strValue)
 std::vector<std::string> Features::Choices(Feature eFeature)
 {
     std::vector<std::string> words;
-    if (!Has(eFeature) || !ARV_IS_GC_ENUMERATION(Node(eFeature)))
+    if (!Need(eFeature).IsOk() || !ARV_IS_GC_ENUMERATION(Node(eFeature)))
         return words;
     GErrorSlot error;
     guint uiCount = 0;
@@ -306,22 +311,13 @@ bool Features::HasChoice(Feature eFeature, const std::string& strValue)
 
 Error Features::SetFirstChoice(Feature eFeature, std::initializer_list<std::string> words)
 {
-    if (!Has(eFeature))
-        return Missing(eFeature);
+    if (Error error = Need(eFeature); !error.IsOk())
+        return error;
     const std::vector<std::string> known = Choices(eFeature);
     for (const std::string& strWord : words)
         if (std::find(known.begin(), known.end(), strWord) != known.end())
             return SetChoice(eFeature, strWord);
     return Fail(ErrorType::NotSupported, std::string(Name(eFeature)) + " cannot be " + *words.begin());
-}
-
-Error Features::Execute(Feature eFeature)
-{
-    if (!Has(eFeature))
-        return Missing(eFeature);
-    GErrorSlot error;
-    arv_device_execute_command(m_pDevice, Name(eFeature), error.Out());
-    return Translate(error.Get(), Name(eFeature), ErrorType::PropertyFailed);
 }
 
 Error Features::ReadWord(std::uint64_t uiAddress, std::uint32_t& uiValue)

@@ -14,8 +14,6 @@ namespace vireo {
 /// What a camera may be able to do. Makers give it different names: see the table in features.cpp.
 enum class Feature {
     AcquisitionMode,
-    AcquisitionStart,
-    AcquisitionStop,
     FrameRate, ///< fps
     FrameRateEnable,
     FrameRateAuto,
@@ -72,8 +70,9 @@ public:
     /// `strCamera` is how errors call the camera.
     Features(ArvDevice* pDevice, std::string strCamera);
 
-    /// The camera has the feature under one of its names.
-    bool Has(Feature eFeature) { return Name(eFeature) != nullptr; }
+    /// The camera has the feature under one of its names. True as well when it did not answer the question:
+    /// the use of the feature then tells the error.
+    bool Has(Feature eFeature);
 
     /// In the unit that stands beside the feature, whatever the camera counts in.
     Error GetFloat(Feature eFeature, double& dValue);
@@ -97,8 +96,6 @@ public:
     /// Sets the first of the words that the camera knows; NotSupported when it knows none.
     Error SetFirstChoice(Feature eFeature, std::initializer_list<std::string> words);
 
-    Error Execute(Feature eFeature);
-
     /// Registers of the transport, most significant byte first on the wire.
     Error ReadWord(std::uint64_t uiAddress, std::uint32_t& uiValue);
     Error WriteWord(std::uint64_t uiAddress, std::uint32_t uiValue);
@@ -112,19 +109,21 @@ public:
     const std::string& Camera() const { return m_strCamera; }
 
 private:
-    const char* Name(Feature eFeature);
-    ArvGcNode* Node(Feature eFeature);
+    /// Looks for the feature. @return Missing, or why the camera could not be asked.
+    Error Need(Feature eFeature);
+    Error LookUp(Feature eFeature);
+
+    // Of a feature that was found.
+    const char* Name(Feature eFeature) const;
+    ArvGcNode* Node(Feature eFeature) const;
     /// How many steps of the camera's make one of our units.
-    double Scale(Feature eFeature);
+    double Scale(Feature eFeature) const;
 
     struct Found {
-        bool bLooked = false;
         const char* strName = nullptr;
         ArvGcNode* pNode = nullptr;
         double dScale = 1.0;
     };
-    void LookUp(Feature eFeature, Found& found);
-    Found& Look(Feature eFeature);
 
     ArvDevice* m_pDevice;
     std::string m_strCamera;

@@ -54,6 +54,8 @@ Error SetStandardMode(OpenDevice& device, double dFps)
         return error;
     if (Error error = SetImage(device, { 0, 0, 640, 480, PixelFormat::Mono8 }); !error.IsOk())
         return error == ErrorType::InvalidSettings ? Error(ErrorType::NotSupported, error.GetDescription()) : error;
+    if (Error error = SwitchFrameRate(device, true); !error.IsOk()) // it may run on its own just now
+        return error;
     return AskFrameRate(device, dFps);
 }
 

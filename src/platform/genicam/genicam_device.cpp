@@ -234,6 +234,10 @@ Error GenicamDevice::PrepareCapture()
         if (Error applied = device.features->Has(Feature::FrameRate) ? ApplyFrameRate(device) : Error();
             !applied.IsOk())
             return applied;
+        // Data behind the pixels would change what a frame looks like on its way.
+        if (device.features->Has(Feature::ChunkModeActive))
+            if (Error plain = device.features->SetSwitch(Feature::ChunkModeActive, false); !plain.IsOk())
+                return plain;
         if (device.features->HasChoice(Feature::AcquisitionMode, "Continuous"))
             if (Error mode = device.features->SetChoice(Feature::AcquisitionMode, "Continuous"); !mode.IsOk())
                 return mode;

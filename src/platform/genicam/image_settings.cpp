@@ -18,6 +18,7 @@ constexpr BayerName kBayerNames[] = {
     { "BayerGB8", BayerTileFormat::Gbrg },
     { "BayerBG8", BayerTileFormat::Bggr },
 };
+constexpr ImagingMode kPlainMode = 2; ///< as mode 0; some models are always set to it
 constexpr std::int64_t kModeBins = 2; ///< pixels binned both ways in mode 1 of a camera without video modes
 
 std::string ModeName(ImagingMode mode) { return "Mode" + std::to_string(mode); }
@@ -94,7 +95,7 @@ Error QueryMode(OpenDevice& device, ImagingMode mode, bool& bSupported)
     if (features.Has(Feature::VideoMode))
         bSupported = features.HasChoice(Feature::VideoMode, ModeName(mode));
     else
-        bSupported = mode == 0 || (mode == 1 && HasBinning(features));
+        bSupported = mode == 0 || mode == kPlainMode || (mode == 1 && HasBinning(features));
     return {};
 }
 

@@ -29,6 +29,11 @@ GObjectPtr<ArvCamera> NewCamera(const DeviceRecord& record, GErrorSlot& error)
     return GObjectPtr<ArvCamera>(arv_camera_new_with_device(device.get(), error.Out()));
 }
 
+Error Taken(const DeviceRecord& record)
+{
+    return { ErrorType::AccessDenied, record.Name() + ": another program controls it" };
+}
+
 /// Whoever opens a GigE camera second gets an object all the same, but not the camera's control.
 Error CheckControl(OpenDevice& device, const DeviceRecord& record)
 {
@@ -38,7 +43,7 @@ Error CheckControl(OpenDevice& device, const DeviceRecord& record)
     const Error error = device.features->ReadWord(kControlRegister, uiHeld);
     if (error == ErrorType::Disconnected)
         return error;
-    return { ErrorType::AccessDenied, record.Name() + ": another program controls it" };
+    return Taken(record);
 }
 
 void ReadInfo(OpenDevice& device, const DeviceRecord& record)
@@ -77,6 +82,10 @@ Error OpenCamera(const DeviceRecord& record, OpenDevice& device)
         device.camera.reset();
         if (!error)
             return nobody.Fail(ErrorType::NotFound, "cannot be opened");
+        // It hangs on the cable, and yet its interface cannot be had.
+        if (!record.bGigE && error.Get()->domain == ARV_DEVICE_ERROR
+            && error.Get()->code == ARV_DEVICE_ERROR_PROTOCOL_ERROR)
+            return Taken(record);
         return nobody.Translate(error.Get(), "cannot be opened", ErrorType::NotFound);
     }
     device.bGigE = record.bGigE;

@@ -26,7 +26,6 @@ struct Embedding {
 struct Remembered {
     std::map<std::uint32_t, std::uint32_t> registers; ///< control registers without a feature
     double dFrameRate = 0.0; ///< fps that was asked for; 0 = nothing yet
-    double dMaxFrameRate = 0.0; ///< fps at the smallest image; 0 = not known yet
     TriggerMode trigger;
     StrobeControl strobe[kLines];
     ImagingMode mode = 0;

@@ -1,5 +1,7 @@
 #include "platform/genicam/properties.h"
 
+#include "platform/range_message.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -8,7 +10,8 @@ namespace vireo {
 namespace {
 
 constexpr double kUsPerMs = 1000.0;
-constexpr double kLongestShutterMs = 1000.0; ///< taken, and shortened by the camera where it must be
+constexpr double kHighestRate = 1000.0; ///< fps
+constexpr double kLongestShutterMs = 1000.0;
 constexpr double kSlack = 1e-4; ///< of a limit: floats of ours, doubles of the camera's
 constexpr double kBalanceSteps = 1023.0; ///< the raw white balance counts from 0 to this
 
@@ -17,12 +20,15 @@ struct PropertyFeatures {
     Feature eValue;
     Feature eAuto;
     double dUnits; ///< of the feature in one of the property
+    double dWidest; ///< taken although it is beyond today's limit, which rate, shutter and image size set each other
+    const char* pName;
+    const char* pUnit;
 };
 constexpr PropertyFeatures kProperties[] = {
-    { PropertyType::FrameRate, Feature::FrameRate, Feature::FrameRateAuto, 1.0 },
-    { PropertyType::Shutter, Feature::Exposure, Feature::ExposureAuto, kUsPerMs },
-    { PropertyType::Gain, Feature::Gain, Feature::GainAuto, 1.0 },
-    { PropertyType::WhiteBalance, Feature::BalanceRatio, Feature::BalanceAuto, 1.0 },
+    { PropertyType::FrameRate, Feature::FrameRate, Feature::FrameRateAuto, 1.0, kHighestRate, "frame rate", "fps" },
+    { PropertyType::Shutter, Feature::Exposure, Feature::ExposureAuto, kUsPerMs, kLongestShutterMs, "shutter", "ms" },
+    { PropertyType::Gain, Feature::Gain, Feature::GainAuto, 1.0, 0.0, "gain", "dB" },
+    { PropertyType::WhiteBalance, Feature::BalanceRatio, Feature::BalanceAuto, 1.0, 0.0, "white balance", "" },
 };
 
 const PropertyFeatures* Row(PropertyType eType)
@@ -31,29 +37,6 @@ const PropertyFeatures* Row(PropertyType eType)
         if (row.eType == eType)
             return &row;
     return nullptr;
-}
-
-/// The highest rate at any image size: the smallest image is set for a moment.
-Error MeasureMaxFrameRate(OpenDevice& device)
-{
-    Features& features = *device.features;
-    FeatureRange rate;
-    if (Error error = features.GetRange(Feature::FrameRate, rate); !error.IsOk())
-        return error;
-    std::int64_t iHeight = 0;
-    FeatureRange heights;
-    if (device.bCapturing || !features.GetInteger(Feature::Height, iHeight).IsOk()
-        || !features.GetRange(Feature::Height, heights).IsOk()) {
-        device.remembered.dMaxFrameRate = std::max(device.remembered.dMaxFrameRate, rate.dMax);
-        return {};
-    }
-    FeatureRange smallest = rate;
-    if (features.SetInteger(Feature::Height, static_cast<std::int64_t>(heights.dMin)).IsOk())
-        (void)features.GetRange(Feature::FrameRate, smallest);
-    if (Error error = features.SetInteger(Feature::Height, iHeight); !error.IsOk())
-        return error;
-    device.remembered.dMaxFrameRate = std::max(rate.dMax, smallest.dMax);
-    return {};
 }
 
 Error RangeOf(OpenDevice& device, const PropertyFeatures& row, FeatureRange& range)
@@ -65,15 +48,7 @@ Error RangeOf(OpenDevice& device, const PropertyFeatures& row, FeatureRange& ran
     FeatureRange raw;
     if (Error error = device.features->GetRange(row.eValue, raw); !error.IsOk())
         return error;
-    if (row.eType == PropertyType::FrameRate) {
-        if (device.remembered.dMaxFrameRate == 0.0)
-            if (Error error = MeasureMaxFrameRate(device); !error.IsOk())
-                return error;
-        raw.dMax = std::max(raw.dMax, device.remembered.dMaxFrameRate);
-    }
-    range = { raw.dMin / row.dUnits, raw.dMax / row.dUnits };
-    if (row.eType == PropertyType::Shutter)
-        range.dMax = std::max(range.dMax, kLongestShutterMs); // a limit that follows the frame rate is no refusal
+    range = { raw.dMin / row.dUnits, std::max(raw.dMax / row.dUnits, row.dWidest) };
     return {};
 }
 
@@ -84,8 +59,8 @@ Error CheckRange(OpenDevice& device, const PropertyFeatures& row, double dValue)
         return error;
     if (dValue >= range.dMin * (1.0 - kSlack) - 1e-9 && dValue <= range.dMax * (1.0 + kSlack))
         return {};
-    return device.features->Fail(ErrorType::InvalidParameter,
-        std::to_string(dValue) + " lies outside " + std::to_string(range.dMin) + " to " + std::to_string(range.dMax));
+    return device.features->Fail(
+        ErrorType::InvalidParameter, RangeMessage(row.pName, row.pUnit, dValue, range.dMin, range.dMax));
 }
 
 /// Writes a feature as near to `dValue` as the camera allows now.
@@ -162,6 +137,11 @@ Error WriteValue(OpenDevice& device, const PropertyFeatures& row, double dValue)
         if (Error error = SetNearest(features, Feature::Exposure, dValue * row.dUnits); !error.IsOk())
             return error;
         return features.Has(Feature::FrameRate) ? ApplyFrameRate(device) : Error();
+    case PropertyType::Gain:
+        if (features.HasChoice(Feature::GainSelector, "All")) // and not the one of a tap or a colour
+            if (Error error = features.SetChoice(Feature::GainSelector, "All"); !error.IsOk())
+                return error;
+        return SetNearest(features, row.eValue, dValue * row.dUnits);
     default: return SetNearest(features, row.eValue, dValue * row.dUnits);
     }
 }

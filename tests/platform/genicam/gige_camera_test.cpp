@@ -11,8 +11,9 @@ namespace {
 constexpr std::uint32_t kPeerLineMode2 = 0xA218, kPeerLineInverter2 = 0xA228, kPeerLineSource2 = 0xA238,
                         kPeerUserOutput0 = 0xA250, kPeerUserOutput3 = 0xA25C, kPeerTriggerSource = 0xA144,
                         kPeerTriggerActivation = 0xA148, kPeerTriggerOverlap = 0xA14C, kPeerExposure = 0xA11C,
-                        kPeerGain = 0xA180, kPeerGainRaw = 0xA188, kPeerFrameRateEnable = 0xA10C, kPeerBinning = 0xA014,
-                        kPeerBalanceRed = 0xA190, kPeerDestination = 0x0D18, kPeerPacket = 0x0D04;
+                        kPeerGain = 0xA180, kPeerGainRaw = 0xA188, kPeerGainSelector = 0xA19C, kPeerChunks = 0xA304,
+                        kPeerFrameRateEnable = 0xA10C, kPeerBinning = 0xA014, kPeerBalanceRed = 0xA190,
+                        kPeerDestination = 0x0D18, kPeerPacket = 0x0D04;
 
 class GigeCameraTest : public GigeTest {
 protected:
@@ -163,7 +164,7 @@ TEST_F(GigeCameraTest, ControlRegistersMoveTheFeaturesBehindThem)
     EXPECT_EQ(Peer(*camera, kPeerFrameRateEnable), 1U);
     Check(camera->WriteRegister(0x0968, std::bit_cast<std::uint32_t>(5000.0F))); // the nearest the camera can
     Check(camera->ReadRegister(0x0968, uiValue));
-    EXPECT_NEAR(std::bit_cast<float>(uiValue), 166.67F, 0.1F);
+    EXPECT_NEAR(std::bit_cast<float>(uiValue), 100.0F, 0.1F); // its shutter is open for 10 ms
     EXPECT_EQ(camera->ReadRegister(0x2000, uiValue), ErrorType::RegisterFailed);
     EXPECT_EQ(camera->WriteRegister(0x11F4, 1), ErrorType::RegisterFailed);
 }
@@ -202,7 +203,7 @@ TEST_F(GigeCameraTest, PropertiesAreConvertedToTheCamerasUnits)
     tooMuch.absControl = true;
     tooMuch.absValue = 99.0F;
     EXPECT_EQ(camera->SetProperty(tooMuch), ErrorType::InvalidParameter);
-    EXPECT_TRUE(m_log.Contains("camera 15000007: 99.000000 lies outside 0.000000 to "));
+    EXPECT_TRUE(m_log.Contains("camera 15000007: gain 99 dB lies outside 0 to 29 dB"));
     EXPECT_EQ(PeerFloat(*camera, kPeerGain), 12.0F);
     Property balance;
     balance.type = PropertyType::WhiteBalance;
@@ -232,6 +233,12 @@ TEST_F(GigeCameraTest, OtherNamesForTheSameFeaturesWorkAsWell)
     GigEImageSettingsInfo info;
     Check(camera->GetGigEImageSettingsInfo(info));
     EXPECT_EQ(info.maxWidth, 960U);
+    Check(camera->QueryGigEImagingMode(2, bSupported)); // what some models are always set to
+    EXPECT_TRUE(bSupported);
+    Check(camera->SetGigEImagingMode(2));
+    EXPECT_EQ(Peer(*camera, kPeerBinning), 1U);
+    Check(camera->GetGigEImageSettingsInfo(info));
+    EXPECT_EQ(info.maxWidth, 1920U);
     Check(camera->SetGigEImagingMode(0));
     StrobeInfo strobe { 2, true, true };
     Check(camera->GetStrobeInfo(strobe));
@@ -243,6 +250,19 @@ TEST_F(GigeCameraTest, OtherNamesForTheSameFeaturesWorkAsWell)
     Check(camera->StartCapture());
     const std::vector<std::uint32_t> codes = Codes(*camera, 20);
     EXPECT_NEAR(codes[19] - codes[0], 19 * 3333, 40);
+}
+
+TEST_F(GigeCameraTest, WhatAnotherProgramLeftBehindIsPutRight)
+{
+    const auto camera = StartAndOpen("GS3-PGE-23S6M", "modern");
+    ASSERT_NE(camera, nullptr);
+    EXPECT_EQ(Peer(*camera, kPeerGainSelector), 0U); // another gain than the one of the picture
+    EXPECT_EQ(Peer(*camera, kPeerChunks), 1U);
+    SetAbsolute(*camera, PropertyType::Gain, 6.0F);
+    EXPECT_EQ(Peer(*camera, kPeerGainSelector), 1U);
+    Configure(*camera, 640, 480, 100.0F);
+    Check(camera->StartCapture());
+    EXPECT_EQ(Peer(*camera, kPeerChunks), 0U);
 }
 
 TEST_F(GigeCameraTest, AMissingFeatureIsNamedWithItsCamera)

@@ -132,6 +132,23 @@ TEST_F(UsbCameraTest, APulledPlugEndsTheStreamWithTheCamerasNumber)
     EXPECT_TRUE(camera->Disconnect().IsOk());
 }
 
+TEST_F(UsbCameraTest, ACameraOfAnotherProgramIsDenied)
+{
+    unsigned int uiCount = 0;
+    Check(m_library->GetBusManager().GetNumOfCameras(uiCount));
+    PGRGuid guid;
+    Check(m_library->GetBusManager().GetCameraFromSerialNumber(kSerial, guid));
+    const auto camera = m_library->CreateCamera(guid);
+    ASSERT_NE(camera, nullptr);
+    peers::ClaimUsb(0, true);
+    const Error error = camera->Connect(guid);
+    peers::ClaimUsb(0, false);
+    EXPECT_EQ(error, ErrorType::AccessDenied);
+    EXPECT_EQ(error.GetDescription(), "camera 17000001: another program controls it");
+    EXPECT_FALSE(camera->IsConnected());
+    Check(camera->Connect(guid));
+}
+
 } // namespace
 
 } // namespace vireo
