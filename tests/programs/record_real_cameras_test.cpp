@@ -56,6 +56,21 @@ protected:
             ASSERT_EQ(codes[i] - codes[i - 1], uiStep) << "frame " << i;
     }
 
+    /// The exposures that the file lacks, as the report tells them: [frame, how many before it].
+    static json Gaps(const std::string& strFile, std::size_t uiFrames, std::uint32_t uiStep)
+    {
+        const std::vector<std::uint32_t> codes = DecodedBarCodes(strFile);
+        EXPECT_EQ(codes.size(), uiFrames);
+        json gaps = json::array();
+        for (std::size_t i = 1; i < codes.size(); i++) {
+            const std::uint32_t uiTime = codes[i] - codes[i - 1];
+            EXPECT_EQ(uiTime % uiStep, 0U) << "frame " << i;
+            if (uiTime != uiStep)
+                gaps.push_back({ i, uiTime / uiStep - 1 });
+        }
+        return gaps;
+    }
+
     const TemporaryFolder m_folder;
     std::unique_ptr<peers::PeerProcess> m_peer;
     json m_report;
@@ -87,16 +102,28 @@ TEST_F(RecordRealCameras, AtFourHundredFramesASecondTheReportTellsEveryFrameThat
     StartPeer({ "--count", "1", "--model", "FL3-U3-13Y3M" });
     const ToolResult result = Record("genicam:lo", { "--fps", "400", "--seconds", "2" });
     ASSERT_EQ(result.iExit, 0) << result.strErr;
-    const std::vector<std::uint32_t> codes = DecodedBarCodes(File());
-    ASSERT_EQ(codes.size(), 800U);
-    json gaps = json::array(); // none, unless something else holds the machine up
-    for (std::size_t i = 1; i < codes.size(); i++) {
-        const std::uint32_t uiStep = codes[i] - codes[i - 1];
-        ASSERT_EQ(uiStep % 2500U, 0U) << "frame " << i;
-        if (uiStep != 2500U)
-            gaps.push_back({ i, uiStep / 2500U - 1 });
+    EXPECT_EQ(Camera(0).at("gaps"), Gaps(File(), 800, 2500)); // none, unless something else holds the machine up
+}
+
+TEST_F(RecordRealCameras, FourGigECamerasAtFourHundredFramesASecondLoseNothingUnseen)
+{
+    StartPeer({ "--count", "4", "--model", "FL3-U3-13Y3M" });
+    const ToolResult result = Record("genicam:lo", { "--fps", "400", "--seconds", "5" });
+    ASSERT_EQ(result.iExit, 0) << result.strErr;
+    EXPECT_GE(m_report.at("fps_measured").get<double>(), 390.0);
+    ASSERT_EQ(m_report.at("cameras").size(), 4U);
+    bool bWhole = true;
+    for (std::size_t i = 0; i < 4; i++) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(Camera(i).at("serial"), 15000001 + i);
+        EXPECT_EQ(Camera(i).at("frames"), 2000);
+        const json gaps = Gaps(File("-cam" + std::to_string(i + 1)), 2000, 2500);
+        EXPECT_EQ(Camera(i).at("gaps"), gaps);
+        bWhole = bWhole && gaps.empty();
     }
-    EXPECT_EQ(Camera(0).at("gaps"), gaps);
+    // Where the machine was held up, frames may be missing, but none may be where it does not belong.
+    EXPECT_TRUE(!bWhole || m_report.at("verdict") != "out of sync") << m_report.at("reason");
+    EXPECT_TRUE(!bWhole || m_report.at("missed") == 0);
 }
 
 TEST_F(RecordRealCameras, UsbCamerasOfBothKindsAreConfiguredRecordedAndSaved)
@@ -196,6 +223,8 @@ TEST_F(RecordRealCameras, WhatCannotBeUsedIsNamed)
         { {}, "genicam:nosuch0", "no network interface \"nosuch0\"" },
         { { "--camera", "127.0.0.1,15000001,GS3-PGE-23S6M", "--camera", "127.0.0.2,15000001,GS3-PGE-23S6C" },
             "genicam:lo", "two cameras have the serial number 15000001" },
+        { { "--camera", "127.0.0.1,15000001,GS3-PGE-23S6M" }, "genicam:lo,simulated:FL3-U3-13Y3M@15000001",
+            "two cameras have the serial number 15000001: GS3-PGE-23S6M and FL3-U3-13Y3M" },
         { { "--camera", "127.0.0.1,15000001,GS3-PGE-23S6M,bare" }, "genicam:lo",
             "camera 15000001: lacks AcquisitionFrameRate" },
         { { "--camera", "127.0.0.1,15000001,GS3-PGE-23S6M,older" }, "genicam:lo",
