@@ -38,11 +38,16 @@ public:
     virtual std::vector<std::string> GetFiles() const = 0;
 };
 
-/// Makes writers. Any thread.
+/// Makes writers, and reads back what they have written. Any thread.
 class VideoWriters {
 public:
     virtual ~VideoWriters() = default;
     virtual std::unique_ptr<FlyCapture2Video> Create() = 0;
+    /// Looks at one closed part from outside: header, index and the sizes that they tell, and decodes the first
+    /// and the last frame. Reads no other picture.
+    /// @param iFrames  out: the frames that the index leads to; 0 on failure.
+    /// @return FileOpenFailed or FileCloseFailed with the reason, which does not name the file.
+    virtual Error ReadBack(const std::string& strFile, int& iFrames) = 0;
 };
 
 } // namespace vireo

@@ -55,6 +55,7 @@ public:
             m_onOpen();
         return m_inner->Create();
     }
+    Error ReadBack(const std::string& strFile, int& iFrames) override { return m_inner->ReadBack(strFile, iFrames); }
 
 private:
     std::unique_ptr<VideoWriters> m_inner = MakeVideoWriters();

@@ -22,6 +22,15 @@ class BarCodeVideos : public VideoWriters {
 public:
     Error m_openError; ///< answered by every Open
     std::unique_ptr<FlyCapture2Video> Create() override { return std::make_unique<Writer>(*this); }
+    Error ReadBack(const std::string& strFile, int& iFrames) override
+    {
+        std::lock_guard lock(m_mutex);
+        iFrames = 0;
+        for (const BarCodeFile& file : m_files)
+            if (PartOf(file.strFileName) == strFile)
+                iFrames = static_cast<int>(file.exposuresUs.size());
+        return {};
+    }
     std::vector<BarCodeFile> Files() const
     {
         std::lock_guard lock(m_mutex);
@@ -29,6 +38,8 @@ public:
     }
 
 private:
+    static std::string PartOf(std::string strFile) { return strFile.insert(strFile.rfind('.'), "-0000"); }
+
     class Writer : public FlyCapture2Video {
     public:
         explicit Writer(BarCodeVideos& owner)
@@ -57,8 +68,7 @@ private:
         {
             if (m_pFile == nullptr)
                 return {};
-            std::string strFile = m_pFile->strFileName;
-            return { strFile.insert(strFile.rfind('.'), "-0000") };
+            return { PartOf(m_pFile->strFileName) };
         }
 
     private:

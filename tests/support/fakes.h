@@ -111,9 +111,19 @@ struct RecordedVideo {
 class RecordedVideos : public VideoWriters {
 public:
     static constexpr std::size_t kKeptBytes = 16;
-    Error m_openError, m_appendError, m_closeError;
+    Error m_openError, m_appendError, m_closeError, m_readBackError;
+    int m_iLostOnDisk = 0; ///< frames that a file lacks when it is read back
 
     std::unique_ptr<FlyCapture2Video> Create() override { return std::make_unique<Writer>(*this); }
+    Error ReadBack(const std::string& strFile, int& iFrames) override
+    {
+        std::lock_guard lock(m_mutex);
+        iFrames = 0;
+        for (const RecordedVideo& video : m_videos)
+            if (PartOf(video.strFileName) == strFile)
+                iFrames = static_cast<int>(video.frames.size()) - m_iLostOnDisk;
+        return m_readBackError;
+    }
     std::vector<RecordedVideo> Videos() const
     {
         std::lock_guard lock(m_mutex);
@@ -121,6 +131,8 @@ public:
     }
 
 private:
+    static std::string PartOf(std::string strFile) { return strFile.insert(strFile.rfind('.'), "-0000"); }
+
     class Writer : public FlyCapture2Video {
     public:
         explicit Writer(RecordedVideos& owner)
@@ -158,8 +170,7 @@ private:
             std::lock_guard lock(m_owner.m_mutex);
             if (m_pVideo == nullptr)
                 return {};
-            std::string strFile = m_pVideo->strFileName;
-            return { strFile.insert(strFile.rfind('.'), "-0000") };
+            return { PartOf(m_pVideo->strFileName) };
         }
 
     private:

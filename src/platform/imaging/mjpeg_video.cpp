@@ -3,6 +3,7 @@
 #include "platform/imaging/encode_pipeline.h"
 #include "platform/imaging/jpeg_encoder.h"
 #include "platform/imaging/pixel_converter.h"
+#include "platform/imaging/video_check.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -206,6 +207,7 @@ public:
     {
         return std::make_unique<MjpegVideo>(m_settings, *m_converter);
     }
+    Error ReadBack(const std::string& strFile, int& iFrames) override { return CheckVideoFile(strFile, iFrames); }
 
 private:
     const VideoWriterSettings m_settings;
