@@ -11,6 +11,8 @@
 
 namespace vireo {
 
+class TakeSidecar;
+
 /// The settings folder under a folder of application data; ends in a separator.
 std::string SettingsFolder(const std::string& strApplicationData);
 
@@ -61,6 +63,10 @@ public:
     /// camera 0's thread, the only one that waits, never has such a neighbour.
     void CancelNotify();
 
+    /// What describes each take beside its files; null, as at first: nothing does. It outlives the documents.
+    void SetSidecar(TakeSidecar* pSidecar) { m_pSidecar = pSidecar; }
+    TakeSidecar* Sidecar() const { return m_pSidecar; }
+
     Platform& GetPlatform() { return m_platform; }
 
 private:
@@ -72,6 +78,7 @@ private:
     CooperationRequest m_request;
     std::atomic<int> m_iCooperationResult = 0;
     unsigned int m_uiWindowCount = 0;
+    TakeSidecar* m_pSidecar = nullptr;
     std::mutex m_partnerMutex; ///< guards what follows, not the windows
     bool m_bPartnerFound = false; ///< by the last lookup
     std::shared_ptr<PartnerWindow> m_partnerWindow; ///< of the last lookup; null when a notification has taken it

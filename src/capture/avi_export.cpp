@@ -4,6 +4,7 @@
 #include "app/native_path.h"
 #include "capture/messages.h"
 #include "capture/recording_marks.h"
+#include "capture/take_sidecar.h"
 
 #include <algorithm>
 #include <cctype>
@@ -30,7 +31,13 @@ struct ExportPlan {
     bool bAskOnCollision = true; ///< else a taken name fails at Open
 };
 
-enum class CameraOutcome { Written, Skipped, NoFrames, Failed };
+enum class CameraOutcome {
+    Written,
+    Skipped,
+    NoFrames,
+    Unreadable, ///< written without an error, but the files do not hold it
+    Failed, ///< ends the save
+};
 
 /// First and last frame to write, inclusive, both inside the recording; empty when last < first.
 struct FrameRange {
@@ -80,14 +87,15 @@ public:
         m_doc.m_capture.m_bSaving = true;
         platform.window.BeginProgress(std::clamp(m_plan.iProgressRange, 0, kMaxProgress));
         const bool bKept = !WriteAll();
+        m_result.bComplete = !bKept;
+        m_result.dSeconds = static_cast<double>(platform.clock.Now() - begin) / kNsPerSecond;
+        DescribeTake();
         platform.window.EndProgress();
         if (!bKept)
             ForgetRecording();
         m_doc.m_capture.m_iCaptureState = capture_state::kLive;
         m_doc.m_capture.m_bSaving = false;
         platform.window.RefreshPanel();
-        m_result.dSeconds = static_cast<double>(platform.clock.Now() - begin) / kNsPerSecond;
-        m_result.bComplete = !bKept;
         return std::move(m_result);
     }
 
@@ -96,7 +104,7 @@ private:
     bool WriteAll()
     {
         const unsigned int uiCameras = m_doc.m_cameras.m_uiNumCameras;
-        bool bAllHadFrames = true;
+        bool bAllWhole = true;
         bool bAnyWritten = false;
         for (unsigned int c = 0; c < uiCameras; ++c) {
             m_result.cameras.emplace_back();
@@ -104,12 +112,12 @@ private:
             m_doc.GetPlatform().window.SetProgress(0);
             if (eOutcome == CameraOutcome::Failed)
                 return false;
-            bAllHadFrames = bAllHadFrames && eOutcome != CameraOutcome::NoFrames;
+            bAllWhole = bAllWhole && eOutcome != CameraOutcome::NoFrames && eOutcome != CameraOutcome::Unreadable;
             bAnyWritten = bAnyWritten || eOutcome == CameraOutcome::Written;
         }
-        if (!bAllHadFrames)
+        if (!bAllWhole)
             m_doc.App().SetCooperationResult(cooperation_result::kWriteFailed);
-        return bAllHadFrames && bAnyWritten;
+        return bAllWhole && bAnyWritten;
     }
 
     CameraOutcome WriteCamera(unsigned int uiCamera)
@@ -183,6 +191,7 @@ private:
     {
         const FrameStore& store = m_doc.m_store;
         ExportedCamera& exported = m_result.cameras.back();
+        exported.iFirstFrame = range.iFirst;
         for (int i = range.iFirst; i <= range.iLast; ++i) {
             const Image frame =
                 store.SlotImage(uiCamera, RingSlot(store.m_istartFrame[uiCamera], i, store.m_iBufferFrames));
@@ -195,10 +204,48 @@ private:
         const Error closed = video.Close();
         exported.files = video.GetFiles();
         if (closed.IsOk())
-            return CameraOutcome::Written;
+            return ReadBack(exported) ? CameraOutcome::Written : CameraOutcome::Unreadable;
         m_doc.App().SetCooperationResult(cooperation_result::kWriteFailed);
         ShowMessage(m_doc.GetPlatform().window, messages::kAviCloseFailed);
         return CameraOutcome::Failed;
+    }
+
+    // What the disk took without a word is not yet what it gives back.
+    bool ReadBack(ExportedCamera& exported)
+    {
+        exported.iReadBack = 0;
+        for (const std::string& strFile : exported.files) {
+            int iFrames = 0;
+            const Error error = m_doc.GetPlatform().video.ReadBack(strFile, iFrames);
+            if (!error.IsOk())
+                return FailCheck(strFile + ": " + error.GetDescription());
+            exported.iReadBack += iFrames;
+        }
+        if (exported.iReadBack == exported.iFrames)
+            return true;
+        return FailCheck((exported.files.empty() ? std::string() : exported.files.back())
+            + FormatText(": %d of %d frames", exported.iReadBack, exported.iFrames));
+    }
+
+    // Always false. A run of a partner program is told by its result; nobody is there to close a box.
+    bool FailCheck(const std::string& strReason)
+    {
+        if (m_doc.Request().CooperationMode)
+            m_doc.GetPlatform().log.Write(FormatMessage(messages::kAviCheckFailed, { strReason }));
+        else
+            ShowMessage(m_doc.GetPlatform().window, messages::kAviCheckFailed, { strReason });
+        return false;
+    }
+
+    // While the evidence still stands in the store.
+    void DescribeTake()
+    {
+        TakeSidecar* const pSidecar = m_doc.App().Sidecar();
+        if (pSidecar == nullptr)
+            return;
+        TakeReport report = ReportTake(m_doc);
+        AddExport(report, m_result);
+        pSidecar->Write(report);
     }
 
     // The file stays as far as it was written.
@@ -292,6 +339,17 @@ ExportResult SaveAviAs(CVireoDoc& doc, const std::string& strBase)
     plan.iProgressRange = doc.m_store.m_iRecordTarget;
     plan.bAskOnCollision = false;
     return Exporter(doc, std::move(plan)).Run();
+}
+
+void AddExport(TakeReport& report, const ExportResult& saved)
+{
+    report.dSaveSeconds = saved.dSeconds;
+    for (std::size_t c = 0; c < saved.cameras.size() && c < report.cameras.size(); ++c) {
+        report.cameras[c].files = saved.cameras[c].files;
+        report.cameras[c].iFirstSaved = saved.cameras[c].iFirstFrame;
+        report.cameras[c].iSaved = saved.cameras[c].iFrames;
+        report.cameras[c].iReadBack = saved.cameras[c].iReadBack;
+    }
 }
 
 bool IsBaseTaken(const std::string& strNativeBase)

@@ -1,5 +1,6 @@
 #pragma once
 #include "camera/vireo_doc.h"
+#include "capture/take_report.h"
 
 #include <string>
 #include <vector>
@@ -9,7 +10,9 @@ namespace vireo {
 /// The files of one camera, and how many frames they hold.
 struct ExportedCamera {
     std::vector<std::string> files; ///< native paths of the parts, in order
-    int iFrames = 0;
+    int iFirstFrame = 0; ///< index of the first one in the recording
+    int iFrames = 0; ///< handed to the writer
+    int iReadBack = -1; ///< found in the files after they were closed; -1 = not looked at
 };
 
 /// How an export ended.
@@ -30,6 +33,9 @@ ExportResult SaveAviAutomatic(CVireoDoc& doc);
 
 /// Writes one AVI per camera to `strBase` (native path without "-camN" and ".avi"), nothing else.
 ExportResult SaveAviAs(CVireoDoc& doc, const std::string& strBase);
+
+/// Fills in what only the save knows: files, what they hold, the time it took.
+void AddExport(TakeReport& report, const ExportResult& saved);
 
 /// The running number after `strNumber`: value + 1, padded with zeros to the old length.
 std::string NextSerialSuffix(const std::string& strNumber);

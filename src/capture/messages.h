@@ -149,6 +149,7 @@ inline constexpr MessageText kNameConversionFailed { "文字の変換に失敗�
 inline constexpr MessageText kAviOpenFailed { "AVIﾌｧｲﾙのｵｰﾌﾟﾝに失敗しました。%s\n" };
 inline constexpr MessageText kAviWriteFailed { "AVIﾌｧｲﾙの作成に失敗しました。\n" };
 inline constexpr MessageText kAviCloseFailed { "AVIﾌｧｲﾙのｸﾛｰｽﾞに失敗しました。\n" };
+inline constexpr MessageText kAviCheckFailed { "AVIﾌｧｲﾙの確認に失敗しました。%s\n" };
 inline constexpr MessageText kNoFramesOfCamera { "ｶﾒﾗ%dの録画ﾃﾞｰﾀがありません。\n" };
 inline constexpr MessageText kRearmFailed { "error saveavi" }; // composed, not shown
 

@@ -145,9 +145,12 @@ public:
             m_report.dFpsMeasured = dSpan > 0.0 ? static_cast<double>(m_times.front().size() - 1) / dSpan : 0.0;
             m_report.dRecordSeconds = dSpan + m_dPeriod;
         }
+        m_report.dOffsetLimitUs = m_dPeriod / 2 * kUsPerSecond;
         for (std::size_t c = 1; c < m_evidence.cameras.size(); ++c)
             Compare(c);
         Conclude();
+        for (std::size_t c = 0; c < m_times.size(); ++c)
+            m_report.cameras[c].times = std::move(m_times[c]);
         return std::move(m_report);
     }
 
@@ -168,6 +171,10 @@ private:
             report.dFirstTimestamp = camera.frames.front().dDeviceTime;
         for (std::size_t i = 1; i < times.size(); ++i)
             report.dMaxIntervalUs = std::max(report.dMaxIntervalUs, (times[i] - times[i - 1]) * kUsPerSecond);
+        report.bCompared = m_report.cameras.empty();
+        report.exposures.reserve(camera.frames.size());
+        for (const FrameSample& frame : camera.frames)
+            report.exposures.push_back(frame.iExposure);
         m_fits.push_back(FitCamera(camera, times));
         report.dClockPpm = m_fits.back().DevicePpm();
         m_report.cameras.push_back(std::move(report));
@@ -184,6 +191,8 @@ private:
         if (!SharesClock(c) && !m_evidence.bTriggered)
             return; // clocks of their own and no common edge: nothing says what the residual should be
         CameraReport& report = m_report.cameras[c];
+        report.bCompared = HasTimes(m_evidence.cameras[0]) && HasTimes(m_evidence.cameras[c])
+            && (SharesClock(c) || WhyNotComparable(c).empty());
         const std::size_t uiFrames = std::min(m_times[0].size(), m_times[c].size());
         report.offsetsUs.reserve(uiFrames);
         for (std::size_t i = 0; i < uiFrames; ++i) {
@@ -229,27 +238,29 @@ private:
         }
     }
 
-    // Whether the clocks of cameras 0 and c can be laid over the host's; says so when not.
-    bool CanCompare(std::size_t c)
+    // What keeps the clocks of cameras 0 and c from being laid over the host's; empty when nothing does.
+    std::string WhyNotComparable(std::size_t c) const
     {
-        if (!m_evidence.bTriggered) {
-            Say(Verdict::NotChecked, "free-running cameras with clocks of their own");
-            return false;
-        }
+        if (!m_evidence.bTriggered)
+            return "free-running cameras with clocks of their own";
         for (const std::size_t k : { std::size_t { 0 }, c }) {
             const int iNumber = m_report.cameras[k].iNumber;
-            if (!HasArrivals(m_evidence.cameras[k])) {
-                Say(Verdict::NotChecked, FormatText("camera %d tells no arrival times", iNumber));
-                return false;
-            }
-            if (m_fits[k].dJitter > m_dPeriod / 2) {
-                Say(Verdict::NotChecked,
-                    FormatText(
-                        "frames of camera %d arrived too irregularly to lay its clock over the host's", iNumber));
-                return false;
-            }
+            if (!HasArrivals(m_evidence.cameras[k]))
+                return FormatText("camera %d tells no arrival times", iNumber);
+            if (m_fits[k].dJitter > m_dPeriod / 2)
+                return FormatText(
+                    "frames of camera %d arrived too irregularly to lay its clock over the host's", iNumber);
         }
-        return true;
+        return {};
+    }
+
+    // Whether they can be; says so when not.
+    bool CanCompare(std::size_t c)
+    {
+        const std::string strWhyNot = WhyNotComparable(c);
+        if (!strWhyNot.empty())
+            Say(Verdict::NotChecked, strWhyNot);
+        return strWhyNot.empty();
     }
 
     // The rate that a clock may show: a short take with uneven arrivals does not tell it exactly.
@@ -270,7 +281,7 @@ private:
                         "the clock of camera %d is %.0f ppm off", m_report.cameras[k].iNumber, m_fits[k].DevicePpm()));
                 return false;
             }
-        const double dLimitUs = m_dPeriod / 2 * kUsPerSecond;
+        const double dLimitUs = m_report.dOffsetLimitUs;
         if (camera.dMaxOffsetUs > dLimitUs) {
             const auto first = std::find_if(camera.offsetsUs.begin(), camera.offsetsUs.end(),
                 [dLimitUs](double dOffsetUs) { return std::abs(dOffsetUs) > dLimitUs; });

@@ -62,6 +62,9 @@ struct CameraReport {
     std::string strModel;
     InterfaceType eInterface = InterfaceType::Unknown;
     std::vector<std::string> files; ///< filled in by who saves
+    int iFirstSaved = 0; ///< index of the files' first frame in the recording; filled in by who saves
+    int iSaved = 0; ///< frames handed to the files; filled in by who saves
+    int iReadBack = -1; ///< frames found in the files after saving; -1 = not looked at; filled in by who saves
     int iFrames = 0;
     double dFirstTimestamp = 0.0; ///< s, as embedded
     std::vector<Gap> gaps;
@@ -72,6 +75,9 @@ struct CameraReport {
     StreamStatistics statistics;
     std::uint64_t uiColdSlots = 0;
     std::vector<double> offsetsUs; ///< residual of every frame against camera 0; empty when it cannot be told
+    bool bCompared = false; ///< whether the residuals could be trusted; true for camera 0
+    std::vector<double> times; ///< embedded time of every frame, s, without its wraps
+    std::vector<std::int64_t> exposures; ///< number of every frame; -1 = it stands in for a lost one
 };
 
 struct TakeReport {
@@ -85,6 +91,7 @@ struct TakeReport {
     std::uint64_t uiStoreKiB = 0;
     Verdict eVerdict = Verdict::NotChecked;
     std::string strReason; ///< one line; empty for "in sync"
+    double dOffsetLimitUs = 0.0; ///< a frame is out of sync beyond this residual
     std::vector<CameraReport> cameras;
 };
 

@@ -300,9 +300,7 @@ void Recorder::SaveTake(CVireoDoc& doc)
     m_outcome.report = ReportTake(doc);
     BeginStep();
     const ExportResult saved = SaveAviAs(doc, m_options.strBase);
-    m_outcome.report.dSaveSeconds = saved.dSeconds;
-    for (std::size_t c = 0; c < saved.cameras.size() && c < m_outcome.report.cameras.size(); ++c)
-        m_outcome.report.cameras[c].files = saved.cameras[c].files;
+    AddExport(m_outcome.report, saved);
     if (!saved.bComplete) {
         FailWithMessage("the files could not be written");
         return;

@@ -2,6 +2,8 @@
 
 #include "app/format_text.h"
 
+#include <algorithm>
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 namespace vireo {
@@ -22,6 +24,9 @@ Json CameraJson(std::size_t uiIndex, const CameraReport& camera)
         { "model", camera.strModel },
         { "interface", InterfaceText(camera.eInterface) },
         { "files", camera.files },
+        { "first_saved", camera.iFirstSaved },
+        { "saved", camera.iSaved },
+        { "read_back", camera.iReadBack < 0 ? Json() : Json(camera.iReadBack) },
         { "frames", camera.iFrames },
         { "first_timestamp", camera.dFirstTimestamp },
         { "gaps", gaps },
@@ -58,6 +63,27 @@ Json ReportJson(const TakeReport& report)
 
 std::string Dump(const Json& json) { return json.dump(4, ' ', false, Json::error_handler_t::replace) + "\n"; }
 
+// A loss tells more than what followed from it.
+std::string FrameState(const CameraReport& camera, double dLimitUs, int iFrame)
+{
+    const auto gap = std::lower_bound(camera.gaps.begin(), camera.gaps.end(), iFrame,
+        [](const Gap& candidate, int iWanted) { return candidate.iFrame < iWanted; });
+    if (gap != camera.gaps.end() && gap->iFrame == iFrame)
+        return FormatText("missed-before %d", gap->iMissing);
+    const auto uiFrame = static_cast<std::size_t>(iFrame);
+    const bool bTold = camera.bCompared && uiFrame < camera.offsetsUs.size();
+    return bTold && std::abs(camera.offsetsUs[uiFrame]) > dLimitUs ? "out-of-sync" : "ok";
+}
+
+std::string Residual(const CameraReport& camera, bool bFirstCamera, std::size_t uiFrame)
+{
+    if (bFirstCamera)
+        return "0.00";
+    if (!camera.bCompared || uiFrame >= camera.offsetsUs.size())
+        return {};
+    return FormatText("%.2f", camera.offsetsUs[uiFrame]);
+}
+
 } // namespace
 
 std::string TakeReportJson(const TakeReport& report) { return Dump(ReportJson(report)); }
@@ -67,6 +93,26 @@ std::string TakeReportJson(const TakeReport& report, const std::string& strError
     Json json = ReportJson(report);
     json["error"] = strError;
     return Dump(json);
+}
+
+std::string TakeCsv(const TakeReport& report, std::size_t uiCamera)
+{
+    const CameraReport& camera = report.cameras.at(uiCamera);
+    std::string strTable = "frame,exposure,time_s,interval_us,residual_us,state\n";
+    const int iKnown = static_cast<int>(camera.times.size());
+    for (int i = 0; i < camera.iSaved && camera.iFirstSaved + i < iKnown; ++i) {
+        const int iFrame = camera.iFirstSaved + i;
+        const auto uiFrame = static_cast<std::size_t>(iFrame);
+        strTable += std::to_string(i) + ',';
+        if (camera.exposures.at(uiFrame) >= 0)
+            strTable += std::to_string(camera.exposures.at(uiFrame));
+        strTable += FormatText(",%.7f,", camera.times[uiFrame]);
+        if (iFrame > 0)
+            strTable += FormatText("%.2f", (camera.times[uiFrame] - camera.times[uiFrame - 1]) * 1e6);
+        strTable += ',' + Residual(camera, uiCamera == 0, uiFrame);
+        strTable += ',' + FrameState(camera, report.dOffsetLimitUs, iFrame) + '\n';
+    }
+    return strTable;
 }
 
 const char* InterfaceText(InterfaceType eInterface)

@@ -12,6 +12,7 @@
 #include "platform/qt/termination_signals.h"
 #include "platform/time/real_clock.h"
 #include "programs/camera_sources.h"
+#include "programs/take_sidecar.h"
 #include "programs/version.h"
 
 #include <QApplication>
@@ -64,6 +65,8 @@ int RunDesktop(Platform& platform, QtWindowSystem& window, const std::string& st
 {
     FileInstanceLock lock;
     CVireoApp app(platform);
+    const std::unique_ptr<TakeSidecar> sidecar = MakeTakeSidecar(Environment("TESSEL_SIDECAR"), platform.log);
+    app.SetSidecar(sidecar.get());
     bool bStarted = app.InitInstance(lock, strCommandLine);
     int iStatus = 0;
     if (bStarted) {

@@ -11,6 +11,7 @@
 #include "programs/recorder.h"
 #include "programs/scratch_settings.h"
 #include "programs/take_report_writer.h"
+#include "programs/take_sidecar.h"
 
 #include <csignal>
 #include <cstdio>
@@ -146,6 +147,8 @@ RecordOutcome Record(const RecordOptions& options)
         return Failed(record_status::kFailed, settings.Error());
     CVireoApp app(platform);
     app.SetIniFolder(settings.Folder());
+    const std::unique_ptr<TakeSidecar> sidecar = MakeTakeSidecar(Environment("TESSEL_SIDECAR"), log);
+    app.SetSidecar(sidecar.get());
 
     Recorder recorder(
         app, window, options, [] { return static_cast<int>(g_iStopSignals); },

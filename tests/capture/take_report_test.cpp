@@ -330,3 +330,33 @@ TEST(ClockFit, FewPointsGiveWhatTheyCan)
     const ClockPoint same[] = { { 2.0, 5.0 }, { 2.0, 4.5 } };
     EXPECT_EQ(FitClock(same).ToHost(2.0), 4.5);
 }
+
+TEST(TakeReport, EveryFrameHasItsNumberAndItsTimeWithoutWraps)
+{
+    const TakeReport report =
+        JudgeTake(MakeTake({ MakeCamera(1, 800, { 126.0 }), MakeCamera(2, 800, { 126.0 }) }, 800));
+    for (const CameraReport& camera : report.cameras) {
+        ASSERT_EQ(camera.times.size(), 800U);
+        EXPECT_NEAR(camera.times.front(), 127.0, 1e-9);
+        EXPECT_NEAR(camera.times.back(), 127.0 + 799 * kPeriod, 1e-6) << "beyond 128 s";
+        ASSERT_EQ(camera.exposures.size(), 800U);
+        EXPECT_EQ(camera.exposures.front(), 10);
+        EXPECT_EQ(camera.exposures.back(), 809);
+        EXPECT_TRUE(camera.bCompared);
+    }
+    EXPECT_NEAR(report.dOffsetLimitUs, 1250.0, 1e-6);
+}
+
+TEST(TakeReport, ResidualsOfCamerasThatCannotBeComparedAreNotTrusted)
+{
+    TakeEvidence evidence = MakeTake({ MakeCamera(1, 800, {}), MakeCamera(2, 800, { 3.0, 0.0, 2 }) }, 800);
+    evidence.cameras[1].frames[17].arrival = 0;
+    EXPECT_EQ(JudgeTake(evidence).strReason, "camera 2 tells no arrival times");
+    EXPECT_TRUE(JudgeTake(evidence).cameras[0].bCompared);
+    EXPECT_FALSE(JudgeTake(evidence).cameras[1].bCompared);
+
+    TakeEvidence still = MakeTake({ MakeCamera(1, 800, {}), MakeCamera(2, 800, {}) }, 800);
+    for (FrameSample& frame : still.cameras[1].frames)
+        frame.dDeviceTime = 5.0;
+    EXPECT_FALSE(JudgeTake(still).cameras[1].bCompared) << "a clock that stands still tells nothing";
+}

@@ -103,11 +103,13 @@ protected:
     std::string RuntimeFolder() const { return m_folder / "runtime"; }
     std::string SettingsFile() const { return m_folder / "config/norvane/Quill/Cooperations/Tessel.ini"; }
     std::string Work(const std::string& strFile) const { return m_folder / ("work/" + strFile); }
-    std::vector<std::string> Files() const
+    std::vector<std::string> Files() const { return FilesOf(".avi"); }
+    std::vector<std::string> FilesOf(const std::string& strExtension) const
     {
         std::vector<std::string> files;
         for (const auto& entry : std::filesystem::directory_iterator(m_folder / "work"))
-            files.push_back(entry.path().filename());
+            if (entry.path().extension() == strExtension)
+                files.push_back(entry.path().filename());
         std::sort(files.begin(), files.end());
         return files;
     }

@@ -44,6 +44,8 @@ TEST_F(CooperationRecording, StartsBySelfAndIsAsLongAsMemoryAllows)
     EXPECT_EQ(m_partner->Out(), kStartedAndFinished);
     ASSERT_THAT(
         Files(), ElementsAre("out1-cam1-0000.avi", "out2-cam2-0000.avi", "out3-cam3-0000.avi", "out4-cam4-0000.avi"));
+    EXPECT_THAT(FilesOf(".csv"), ElementsAre("out1-cam1.csv", "out2-cam2.csv", "out3-cam3.csv", "out4-cam4.csv"));
+    EXPECT_THAT(FilesOf(".json"), ElementsAre("out1-cam1.json"));
     const std::vector<std::uint32_t> first = DecodedBarCodes(Work("out1-cam1-0000.avi"));
     EXPECT_EQ(first.size(), 350U);
     for (const std::string& strFile : Files()) {

@@ -44,6 +44,7 @@ public:
     {
         CVireoApp app(m_test->m_platform);
         app.SetIniFolder(m_folder.Path() + "/");
+        app.SetSidecar(m_pSidecar);
         Recorder recorder(
             app, m_window, m_options, [this] { return m_clock.Now() >= m_stopAt ? 1 : 0; }, [](const std::string&) {});
         return recorder.Run();
@@ -55,6 +56,7 @@ public:
     FakeMemory& Memory() { return m_test->m_memory; }
 
     ClockTime m_stopAt = kForever;
+    TakeSidecar* m_pSidecar = nullptr;
     BarCodeVideos m_videos;
     VirtualClock m_clock;
     HeadlessWindow m_window { m_clock, {} };

@@ -26,6 +26,9 @@ TakeReport MakeReport()
     camera.strModel = "FL3-U3-13Y3M";
     camera.eInterface = InterfaceType::Usb3;
     camera.files = { "take-cam2-0000.avi", "take-cam2-0001.avi" };
+    camera.iFirstSaved = 10;
+    camera.iSaved = 1990;
+    camera.iReadBack = 1999;
     camera.iFrames = 2000;
     camera.dFirstTimestamp = 9.125;
     camera.gaps = { { 120, 3 } };
@@ -61,6 +64,9 @@ TEST(TakeReportWriter, EveryFieldIsThereUnderItsName)
     EXPECT_EQ(camera.at("model"), "FL3-U3-13Y3M");
     EXPECT_EQ(camera.at("interface"), "USB3");
     EXPECT_EQ(camera.at("files"), (std::vector<std::string> { "take-cam2-0000.avi", "take-cam2-0001.avi" }));
+    EXPECT_EQ(camera.at("first_saved"), 10);
+    EXPECT_EQ(camera.at("saved"), 1990);
+    EXPECT_EQ(camera.at("read_back"), 1999);
     EXPECT_EQ(camera.at("frames"), 2000);
     EXPECT_EQ(camera.at("first_timestamp"), 9.125);
     EXPECT_EQ(camera.at("gaps"), nlohmann::json::parse("[[120, 3]]"));
@@ -80,11 +86,78 @@ TEST(TakeReportWriter, AFailureIsToldInTheReport)
     EXPECT_EQ(json.at("error"), "ｶﾒﾗの接続に失敗しました。(12)");
 }
 
+TEST(TakeReportWriter, FilesThatNobodyLookedAtHaveNoCount)
+{
+    TakeReport report = MakeReport();
+    report.cameras[0].iReadBack = -1;
+    EXPECT_TRUE(nlohmann::json::parse(TakeReportJson(report)).at("cameras").at(0).at("read_back").is_null());
+}
+
 TEST(TakeReportWriter, BytesThatAreNoTextDoNotBreakIt)
 {
     TakeReport report = MakeReport();
     report.cameras[0].strModel = "bad\xFFname";
     EXPECT_NO_THROW(nlohmann::json::parse(TakeReportJson(report)));
+}
+
+TEST(TakeReportWriter, TheTableHasALineForEachSavedFrame)
+{
+    TakeReport report;
+    report.dOffsetLimitUs = 1250.0;
+    CameraReport camera;
+    camera.iSaved = 5;
+    camera.times = { 127.9975, 128.0, 128.0025, 128.01, 128.0125 };
+    camera.exposures = { 40, 41, -1, 45, 46 };
+    camera.gaps = { { 2, 1 }, { 3, 2 } };
+    camera.bCompared = true;
+    report.cameras = { camera, camera };
+    report.cameras[1].gaps = { { 3, 2 } };
+    report.cameras[1].offsetsUs = { 1250.0, -1250.5, 0.25, 5000.0, 0.0 };
+    EXPECT_EQ(TakeCsv(report, 0),
+        "frame,exposure,time_s,interval_us,residual_us,state\n"
+        "0,40,127.9975000,,0.00,ok\n"
+        "1,41,128.0000000,2500.00,0.00,ok\n"
+        "2,,128.0025000,2500.00,0.00,missed-before 1\n"
+        "3,45,128.0100000,7500.00,0.00,missed-before 2\n"
+        "4,46,128.0125000,2500.00,0.00,ok\n");
+    EXPECT_EQ(TakeCsv(report, 1),
+        "frame,exposure,time_s,interval_us,residual_us,state\n"
+        "0,40,127.9975000,,1250.00,ok\n"
+        "1,41,128.0000000,2500.00,-1250.50,out-of-sync\n"
+        "2,,128.0025000,2500.00,0.25,ok\n"
+        "3,45,128.0100000,7500.00,5000.00,missed-before 2\n"
+        "4,46,128.0125000,2500.00,0.00,ok\n");
+}
+
+TEST(TakeReportWriter, TheTableOfASavedRangeBeginsWithItsFirstFrame)
+{
+    TakeReport report;
+    CameraReport camera;
+    camera.iFirstSaved = 1;
+    camera.iSaved = 2;
+    camera.times = { 1.0, 1.01, 1.02, 1.05 };
+    camera.exposures = { 4, 5, 6, 9 };
+    camera.gaps = { { 1, 1 }, { 3, 2 } };
+    camera.bCompared = true;
+    report.cameras = { camera };
+    EXPECT_EQ(TakeCsv(report, 0),
+        "frame,exposure,time_s,interval_us,residual_us,state\n"
+        "0,5,1.0100000,10000.00,0.00,missed-before 1\n"
+        "1,6,1.0200000,10000.00,0.00,ok\n");
+}
+
+TEST(TakeReportWriter, ResidualsThatCannotBeToldAreEmptyAndAccuseNobody)
+{
+    TakeReport report;
+    report.dOffsetLimitUs = 100.0;
+    CameraReport camera;
+    camera.iSaved = 1;
+    camera.times = { 1.0 };
+    camera.exposures = { 4 };
+    report.cameras = { camera, camera };
+    report.cameras[1].offsetsUs = { 5000.0 };
+    report.cameras[1].bCompared = false;
+    EXPECT_TRUE(TakeCsv(report, 1).ends_with("0,4,1.0000000,,,ok\n")) << TakeCsv(report, 1);
 }
 
 TEST(TakeReportWriter, ALinePerCameraNamesFilesFramesRateAndVerdict)

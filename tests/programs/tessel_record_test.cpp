@@ -3,6 +3,7 @@
 #include "support/running_program.h"
 #include "support/temporary_folder.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -33,6 +34,21 @@ std::string ErrorOf(const std::string& strReport)
 }
 
 } // namespace
+
+TEST(TesselRecord, DescribesTheTakeBesideItsFilesUnlessItIsToldNotTo)
+{
+    const TemporaryFolder folder;
+    for (const bool bOff : { false, true }) {
+        const std::string strBase = folder / (bOff ? "off" : "on");
+        const ToolResult result = RunTool({ "env", "TESSEL_CAMERAS=simulated:1xFL3-U3-13Y3M",
+            bOff ? "TESSEL_SIDECAR=0" : "TESSEL_SIDECAR=", TESSEL_RECORD_PROGRAM, "--fps", "100", "--seconds", "1",
+            "--json", strBase + "-report.json", strBase });
+        ASSERT_EQ(result.iExit, 0) << result.strErr;
+        EXPECT_EQ(ReadFile(strBase + ".json"), bOff ? "" : ReadFile(strBase + "-report.json"));
+        const std::string strTable = ReadFile(strBase + ".csv");
+        EXPECT_EQ(std::count(strTable.begin(), strTable.end(), '\n'), bOff ? 0 : 101);
+    }
+}
 
 TEST(TesselRecord, FourFilesShowTheSameMomentInEveryFrame)
 {
