@@ -12,6 +12,18 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+const char* InterfaceName(InterfaceType eInterface)
+{
+    switch (eInterface) {
+    case InterfaceType::Ieee1394: return "IEEE1394";
+    case InterfaceType::Usb2: return "USB2";
+    case InterfaceType::Usb3: return "USB3";
+    case InterfaceType::GigE: return "GigE";
+    case InterfaceType::Unknown: break;
+    }
+    return "unknown";
+}
+
 Json CameraJson(std::size_t uiIndex, const CameraReport& camera)
 {
     Json gaps = Json::array();
@@ -22,7 +34,7 @@ Json CameraJson(std::size_t uiIndex, const CameraReport& camera)
         { "number", camera.iNumber },
         { "serial", camera.uiSerial },
         { "model", camera.strModel },
-        { "interface", InterfaceText(camera.eInterface) },
+        { "interface", InterfaceName(camera.eInterface) },
         { "files", camera.files },
         { "first_saved", camera.iFirstSaved },
         { "saved", camera.iSaved },
@@ -113,18 +125,6 @@ std::string TakeCsv(const TakeReport& report, std::size_t uiCamera)
         strTable += ',' + FrameState(camera, report.dOffsetLimitUs, iFrame) + '\n';
     }
     return strTable;
-}
-
-const char* InterfaceText(InterfaceType eInterface)
-{
-    switch (eInterface) {
-    case InterfaceType::Ieee1394: return "IEEE1394";
-    case InterfaceType::Usb2: return "USB2";
-    case InterfaceType::Usb3: return "USB3";
-    case InterfaceType::GigE: return "GigE";
-    case InterfaceType::Unknown: break;
-    }
-    return "unknown";
 }
 
 std::string CameraLine(const TakeReport& report, std::size_t uiCamera)

@@ -15,9 +15,6 @@ std::string TakeReportJson(const TakeReport& report, const std::string& strError
 /// camera 0 (µs), and "ok", "missed-before N" or "out-of-sync". What cannot be told is empty.
 std::string TakeCsv(const TakeReport& report, std::size_t uiCamera);
 
-/// "USB3", "GigE", "IEEE1394", "USB2" or "unknown".
-const char* InterfaceText(InterfaceType eInterface);
-
 /// One line for one camera's files: name, frames, rate, verdict.
 std::string CameraLine(const TakeReport& report, std::size_t uiCamera);
 
