@@ -78,7 +78,7 @@ bool GpioControl(CVireoDoc& doc, std::size_t uiCamera)
 int TriggerInputLevel(std::uint32_t uiRegister, bool bMaster)
 {
     const int iIndex = bMaster ? 3 : 1;
-    const int iBit = std::bit_width(uiRegister) - 1 - iIndex;
+    const int iBit = static_cast<int>(std::bit_width(uiRegister)) - 1 - iIndex;
     return iBit >= 0 && (uiRegister & Bit(iBit)) != 0 ? 0 : 1;
 }
 
