@@ -10,8 +10,9 @@ namespace vireo {
 /// What both kinds of camera do alike.
 template <typename Base> class GenicamCameraBase : public Base {
 public:
-    GenicamCameraBase(Clock& clock, Log& log, GenicamDevice::FindRecord findRecord, bool bGigE)
-        : m_device(clock, log, std::move(findRecord), bGigE)
+    GenicamCameraBase(
+        Clock& clock, Log& log, GenicamDevice::FindRecord findRecord, bool bGigE, std::shared_ptr<SharedGrace> grace)
+        : m_device(clock, log, std::move(findRecord), bGigE, std::move(grace))
     {
     }
     Error Connect(const PGRGuid& guid) override { return m_device.Connect(guid); }

@@ -33,9 +33,10 @@ void StoreWord(std::uint8_t* pBytes, std::uint32_t uiValue)
 
 } // namespace
 
-DeviceSession::DeviceSession(Clock& clock, std::string strName)
+DeviceSession::DeviceSession(Clock& clock, std::string strName, std::shared_ptr<SharedGrace> grace)
     : m_clock(clock)
     , m_strName(std::move(strName))
+    , m_grace(std::move(grace))
     , m_link(std::make_shared<DeviceLink>(clock))
     , m_embedding(std::make_shared<Embedding>())
     , m_device(std::make_shared<OpenDevice>(m_link, m_embedding))
@@ -49,8 +50,12 @@ DeviceSession::~DeviceSession()
     // The device's own thread lets go of the stream, then of the camera; both may take long.
     m_worker.Post([run = SetRun(nullptr)]() mutable { run.reset(); });
     m_worker.Post([device = std::move(m_device)]() mutable { device.reset(); });
-    if (m_link->IsGone())
+    const bool bInTime =
+        !m_link->IsGone() && m_worker.Call([] { return true; }, m_grace->Left(m_clock.Now())).has_value();
+    if (!bInTime)
         m_worker.Abandon();
+    if (!bInTime && !m_link->IsGone())
+        m_grace->Exhaust(m_clock.Now());
 }
 
 Error DeviceSession::Gone() const { return { ErrorType::Disconnected, m_strName + ": " + m_link->Reason() }; }
@@ -97,28 +102,39 @@ void DeviceSession::Watch(ClockTime now)
         Heard(now);
     if (m_link->IsGone() || now - m_heardAt < kSilence)
         return;
-    if (m_askedAt == 0) {
-        m_askedAt = now;
-        Later([answered = m_answered](OpenDevice& device) {
-            std::int64_t iWidth = 0;
-            Error error = device.link->IsGone() ? Error() : device.features->GetInteger(Feature::Width, iWidth);
-            if (error == ErrorType::Disconnected)
-                device.link->SetGone("it does not answer");
-            else
-                *answered = true;
-            return error;
-        });
-    } else if (now - m_askedAt >= kAnswerLimit) {
+    const ClockTime askedAt = m_askedAt;
+    if (askedAt == 0)
+        Ask(now);
+    else if (now - askedAt >= kAnswerLimit)
         m_link->SetGone("it does not answer");
-    }
 }
 
-GenicamDevice::GenicamDevice(Clock& clock, Log& log, FindRecord findRecord, bool bGigE)
+void DeviceSession::Ask(ClockTime now)
+{
+    if (m_answered->exchange(false))
+        m_askedAt = 0;
+    ClockTime none = 0;
+    if (m_link->IsGone() || !m_askedAt.compare_exchange_strong(none, now))
+        return;
+    Later([answered = m_answered](OpenDevice& device) {
+        std::int64_t iWidth = 0;
+        Error error = device.link->IsGone() ? Error() : device.features->GetInteger(Feature::Width, iWidth);
+        if (error == ErrorType::Disconnected)
+            device.link->SetGone("it does not answer");
+        else
+            *answered = true;
+        return error;
+    });
+}
+
+GenicamDevice::GenicamDevice(
+    Clock& clock, Log& log, FindRecord findRecord, bool bGigE, std::shared_ptr<SharedGrace> grace)
     : m_clock(clock)
     , m_log(log)
     , m_notes(log)
     , m_findRecord(std::move(findRecord))
     , m_bGigE(bGigE)
+    , m_grace(std::move(grace))
 {
     const FC2Config initial;
     m_uiNumBuffers = initial.numBuffers;
@@ -141,7 +157,7 @@ Error GenicamDevice::Connect(const PGRGuid& guid)
     DeviceRecord record;
     if (!m_findRecord(guid, record) || record.bGigE != m_bGigE)
         return ErrorType::NotFound;
-    auto session = std::make_shared<DeviceSession>(m_clock, record.Name());
+    auto session = std::make_shared<DeviceSession>(m_clock, record.Name(), m_grace);
     auto info = std::make_shared<CameraInfo>();
     const Error error = session->Do(
         [record, info](OpenDevice& device) {
@@ -393,8 +409,13 @@ void GenicamDevice::RefreshPins(DeviceSession& session, ClockTime now)
 
 void GenicamDevice::CancelRetrieve()
 {
-    if (const auto session = Session())
-        session->Link()->Cancel();
+    const auto session = Session();
+    if (!session)
+        return;
+    session->Link()->Cancel();
+    // All cameras are cancelled before the first is stopped: those that are dead are waited for side by side.
+    if (session->Run())
+        session->Ask(m_clock.Now());
 }
 
 StreamStatistics GenicamDevice::GetStreamStatistics() const

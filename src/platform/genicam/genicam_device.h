@@ -6,6 +6,7 @@
 #include "platform/genicam/device_worker.h"
 #include "platform/genicam/discovery.h"
 #include "platform/genicam/open_device.h"
+#include "platform/genicam/shared_grace.h"
 #include "platform/genicam/stream_run.h"
 #include "platform/log.h"
 
@@ -20,8 +21,8 @@ namespace vireo {
 /// One opened camera: its thread, and the state that both sides share.
 class DeviceSession {
 public:
-    DeviceSession(Clock& clock, std::string strName);
-    /// Closes the camera; a dead one goes on being closed in the background.
+    DeviceSession(Clock& clock, std::string strName, std::shared_ptr<SharedGrace> grace);
+    /// Closes the camera; one that takes too long goes on being closed in the background.
     ~DeviceSession();
     DeviceSession(const DeviceSession&) = delete;
     DeviceSession& operator=(const DeviceSession&) = delete;
@@ -37,6 +38,9 @@ public:
     /// No frame came for a while: asks the camera whether it is still there, without waiting for it, and
     /// gives it up when it does not answer. Grab thread.
     void Watch(ClockTime now);
+    /// Asks the camera whether it is still there, without waiting for it, unless it owes an answer already.
+    /// Any thread.
+    void Ask(ClockTime now);
 
     static constexpr ClockTime kAnswerLimit = 2 * kNsPerSecond;
     static constexpr ClockTime kOpenLimit = 10 * kNsPerSecond; ///< a camera sends its whole description first
@@ -66,6 +70,7 @@ private:
 
     Clock& m_clock;
     std::string m_strName;
+    std::shared_ptr<SharedGrace> m_grace;
     std::shared_ptr<DeviceLink> m_link;
     std::shared_ptr<Embedding> m_embedding;
     mutable std::mutex m_csRun;
@@ -81,7 +86,7 @@ private:
 class GenicamDevice {
 public:
     using FindRecord = std::function<bool(const PGRGuid&, DeviceRecord&)>;
-    GenicamDevice(Clock& clock, Log& log, FindRecord findRecord, bool bGigE);
+    GenicamDevice(Clock& clock, Log& log, FindRecord findRecord, bool bGigE, std::shared_ptr<SharedGrace> grace);
     ~GenicamDevice();
     GenicamDevice(const GenicamDevice&) = delete;
     GenicamDevice& operator=(const GenicamDevice&) = delete;
@@ -129,6 +134,7 @@ private:
     FailureNotes m_notes;
     FindRecord m_findRecord;
     bool m_bGigE;
+    std::shared_ptr<SharedGrace> m_grace;
 
     mutable std::mutex m_csSession;
     std::shared_ptr<DeviceSession> m_session; ///< null: not connected

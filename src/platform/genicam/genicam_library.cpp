@@ -49,6 +49,7 @@ private:
     Clock& m_clock;
     Log& m_log;
     GenicamSetup m_setup;
+    std::shared_ptr<SharedGrace> m_grace = std::make_shared<SharedGrace>();
     mutable std::mutex m_csDevices;
     std::vector<DeviceRecord> m_devices;
     bool m_bListed = false;
@@ -157,7 +158,7 @@ std::unique_ptr<Camera> GenicamLibrary::CreateCamera(const PGRGuid& guid)
     DeviceRecord record;
     if (!Find(guid, record) || record.bGigE)
         return nullptr;
-    return std::make_unique<GenicamUsbCamera>(m_clock, m_log, Finder(), false);
+    return std::make_unique<GenicamUsbCamera>(m_clock, m_log, Finder(), false, m_grace);
 }
 
 std::unique_ptr<GigECamera> GenicamLibrary::CreateGigECamera(const PGRGuid& guid)
@@ -165,7 +166,7 @@ std::unique_ptr<GigECamera> GenicamLibrary::CreateGigECamera(const PGRGuid& guid
     DeviceRecord record;
     if (!Find(guid, record) || !record.bGigE)
         return nullptr;
-    return std::make_unique<GenicamGigECamera>(m_clock, m_log, Finder(), true);
+    return std::make_unique<GenicamGigECamera>(m_clock, m_log, Finder(), true, m_grace);
 }
 
 GenicamDevice* DeviceOf(CameraBase* pCamera)

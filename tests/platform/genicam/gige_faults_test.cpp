@@ -213,6 +213,51 @@ TEST_F(GigeFaultsTest, FourCamerasThatDieTogetherHoldNobodyUpFourTimes)
     rest.wait();
 }
 
+TEST_F(GigeFaultsTest, FourCamerasThatDieAndAreStoppedAtOnceHoldNobodyUpFourTimes)
+{
+    StartPeer({ "--count", "4" });
+    MakeLibrary();
+    std::vector<std::unique_ptr<GigECamera>> cameras;
+    for (unsigned int i = 0; i < 4; i++) {
+        cameras.push_back(Open(15000001 + i));
+        ASSERT_NE(cameras.back(), nullptr);
+        Configure(*cameras[i], 640, 480, 100.0F, -1);
+    }
+    for (const auto& camera : cameras) {
+        Check(camera->StartCapture());
+        (void)Fetch(*camera, 1);
+    }
+    m_peer->Kill();
+    auto rest = std::async(std::launch::async, [&] { // nobody has noticed a silence yet
+        for (const auto& camera : cameras)
+            camera->CancelRetrieve();
+        for (const auto& camera : cameras)
+            EXPECT_EQ(camera->StopCapture(), ErrorType::Disconnected);
+        for (const auto& camera : cameras)
+            EXPECT_TRUE(camera->Disconnect().IsOk());
+    });
+    EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
+    rest.wait();
+}
+
+TEST_F(GigeFaultsTest, FourCamerasThatDieWhileIdleAreClosedWithoutHoldingAnybodyUpFourTimes)
+{
+    StartPeer({ "--count", "4" });
+    MakeLibrary();
+    std::vector<std::unique_ptr<GigECamera>> cameras;
+    for (unsigned int i = 0; i < 4; i++) {
+        cameras.push_back(Open(15000001 + i));
+        ASSERT_NE(cameras.back(), nullptr);
+    }
+    m_peer->Kill();
+    auto rest = std::async(std::launch::async, [&] {
+        for (const auto& camera : cameras)
+            EXPECT_TRUE(camera->Disconnect().IsOk());
+    });
+    EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
+    rest.wait();
+}
+
 TEST_F(GigeFaultsTest, ACameraThatDiesWhileIdleFailsTheNextCallInTime)
 {
     StartPeer({ "--count", "1" });
