@@ -59,8 +59,10 @@ void CamControlDlg::Open()
     EnableFileControls(!(capture.m_bTriggerWaitLinear || capture.m_bPulseSync));
     UpdateInfo();
     UpdatePanelState();
-    if (capture.m_bPlayback)
+    if (capture.m_bPlayback) {
         ShowFrameCounter();
+        ShowMarks();
+    }
     m_lampTimer.start();
 }
 
@@ -288,6 +290,15 @@ void CamControlDlg::ShowFrameCounter()
 {
     m_pFrame->setText(QString::fromStdString(
         FormatText("%04d/%04d", m_doc.m_windows.m_iCurFrame + 1, m_doc.m_store.m_iRecordTarget.load())));
+}
+
+// They may have been set before this panel was opened.
+void CamControlDlg::ShowMarks()
+{
+    const CaptureFlags& capture = m_doc.m_capture;
+    m_pMarkStartValue->setText(QString::number(capture.m_iMarkStart > 0 ? capture.m_iMarkStart + 1 : 0));
+    m_pMarkEndValue->setText(
+        QString::number(capture.m_iMarkEnd >= 0 ? capture.m_iMarkEnd + 1 : m_doc.m_store.m_iRecordTarget.load()));
 }
 
 void CamControlDlg::Step(bool bForward)

@@ -64,7 +64,7 @@ protected:
 
 private:
     struct InfoLabels {
-        QLabel* pPresetName = nullptr;
+        ElidedLabel* pPresetName = nullptr;
         ElidedLabel* pFile = nullptr;
         QLabel* pRate = nullptr;
         QLabel* pShutter = nullptr;
@@ -101,6 +101,7 @@ private:
 
     void ShowFile();
     void ShowFrameCounter();
+    void ShowMarks();
     void FillHistory();
     void UpdateLamp();
     bool FilterKeyPress(int iKey);

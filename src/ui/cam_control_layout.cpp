@@ -208,7 +208,7 @@ QWidget* CamControlDlg::LayOutInfo()
     pGrid->setContentsMargins(kGap, kGap, kGap, kGap);
     pGrid->setHorizontalSpacing(kSmallGap);
     pGrid->setVerticalSpacing(kSmallGap);
-    m_info.pPresetName = ValueLabel(1027, "");
+    m_info.pPresetName = WithId(new ElidedLabel, 1027);
     m_info.pFile = WithId(new ElidedLabel, 1013);
     m_info.pRate = ValueLabel(1000, "");
     m_info.pShutter = ValueLabel(1001, "");

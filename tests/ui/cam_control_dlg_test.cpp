@@ -439,6 +439,31 @@ TEST_F(CamControlDlgTest, CloseBoxAsksForTheToggle)
     EXPECT_EQ(m_document.m_test.m_window.Record().commands, std::vector<int> { command::kTogglePanel });
 }
 
+TEST_F(CamControlDlgTest, PanelOpenedDuringPlaybackShowsTheMarks)
+{
+    SetRecorded(100);
+    Button(1022).click();
+    const struct {
+        int iFirst, iLast;
+        const char *pFirst, *pLast;
+    } rows[] = { { 0, 99, "0", "100" }, { 11, 29, "12", "30" }, { 0, -1, "0", "100" }, { 1, 0, "2", "1" } };
+    for (const auto& row : rows) {
+        Capture().m_iMarkStart = row.iFirst;
+        Capture().m_iMarkEnd = row.iLast;
+        OpenPanel();
+        EXPECT_EQ(Text(1036), QString(row.pFirst));
+        EXPECT_EQ(Text(1037), QString(row.pLast));
+    }
+}
+
+TEST_F(CamControlDlgTest, LongPresetNameDoesNotWidenThePanel)
+{
+    Doc().m_parameters.m_strPresetName = std::string(100000, 'x');
+    m_panel->UpdateInfo();
+    EXPECT_EQ(Text(1027).size(), 100000);
+    EXPECT_LT(m_panel->minimumSizeHint().width(), 1000);
+}
+
 TEST_F(CamControlDlgTest, NoTextIsCutOff)
 {
     for (QAbstractButton* pButton : m_panel->findChildren<QAbstractButton*>()) {
