@@ -211,8 +211,8 @@ void PropertySetDlg::RateChanged()
 {
     const int iMaximum = RecordSecMaximum(m_doc.m_parameters, SelectedRate());
     m_pRecordSec->SetRange(1, iMaximum);
-    if (LimitedRecordSec(m_doc.m_parameters, SelectedRate(), m_pRecordSec->text().toInt())
-        < m_pRecordSec->text().toInt())
+    const int iTyped = m_pRecordSec->Number();
+    if (LimitedRecordSec(m_doc.m_parameters, SelectedRate(), iTyped) < iTyped)
         m_pRecordSec->SetPosition(iMaximum);
 }
 

@@ -14,6 +14,8 @@ public:
     [[nodiscard]] int Maximum() const { return m_iMaximum; }
     /// Shows a number, limited to the range.
     void SetPosition(int iPosition);
+    /// The whole number that the text begins with, not limited to the range.
+    [[nodiscard]] int Number() const;
     [[nodiscard]] QLineEdit* Edit() const { return lineEdit(); }
 
     void stepBy(int iSteps) override;
@@ -23,8 +25,6 @@ protected:
     [[nodiscard]] StepEnabled stepEnabled() const override;
 
 private:
-    [[nodiscard]] int Number() const;
-
     int m_iMinimum = 0;
     int m_iMaximum = 100;
 };

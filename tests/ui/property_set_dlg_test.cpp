@@ -123,12 +123,19 @@ TEST_F(PropertySetDlgTest, RateChangeLowersTheRecordTime)
     Open("simulated:GS3-U3-23S6M");
     const auto dialog = Dialog();
     Parameters().m_iMaxRecordSec = { 100, 50, 30, 25, 20, 15, 12, 10, 8, 7 };
-    Type(*dialog, 1044, "60");
     auto* pRate = ById<QComboBox>(*dialog, 1046);
-    pRate->setCurrentText(QStringLiteral("100fps"));
-    EXPECT_EQ(ById<QLineEdit>(*dialog, 1044)->text(), QStringLiteral("30"));
-    pRate->setCurrentText(QStringLiteral("60fps"));
-    EXPECT_EQ(ById<QLineEdit>(*dialog, 1044)->text(), QStringLiteral("30")) << "never raised";
+    const struct {
+        const char* pTyped;
+        const char* pShown;
+    } rows[] = { { "60", "30" }, { "31s", "30" }, { "99999999999", "30" }, { "30.9", "30.9" }, { "12", "12" } };
+    for (const auto& row : rows) {
+        pRate->setCurrentText(QStringLiteral("60fps"));
+        Type(*dialog, 1044, row.pTyped);
+        pRate->setCurrentText(QStringLiteral("100fps"));
+        EXPECT_EQ(ById<QLineEdit>(*dialog, 1044)->text(), QString(row.pShown)) << row.pTyped;
+        pRate->setCurrentText(QStringLiteral("60fps"));
+        EXPECT_EQ(ById<QLineEdit>(*dialog, 1044)->text(), QString(row.pShown)) << "never raised";
+    }
 }
 
 TEST_F(PropertySetDlgTest, CamerasWithoutAnAnswerHaveNoSizeList)
