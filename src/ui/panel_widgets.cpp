@@ -120,10 +120,15 @@ void PresetButton::SetCurrent(bool bCurrent)
     update();
 }
 
-void PresetButton::paintEvent(QPaintEvent* pEvent)
+void PresetButton::paintEvent(QPaintEvent* /*pEvent*/)
 {
-    QPushButton::paintEvent(pEvent);
     QPainter painter(this);
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    // Centred as it is, a text too long would lose its beginning too.
+    const int iWidth = style()->subElementRect(QStyle::SE_PushButtonContents, &option, this).width();
+    option.text = option.fontMetrics.elidedText(option.text, Qt::ElideRight, iWidth, Qt::TextShowMnemonic);
+    style()->drawControl(QStyle::CE_PushButton, &option, &painter, this);
     if (text().isEmpty()) {
         painter.setPen(palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, QPalette::PlaceholderText));
         painter.drawText(rect(), Qt::AlignCenter, QString::number(m_iNumber));

@@ -38,8 +38,8 @@ protected:
     void paintEvent(QPaintEvent* pEvent) override;
 };
 
-/// A preset's button: its caption is the preset's name; without one it still shows its number. The preset in
-/// force is underlined.
+/// A preset's button: its caption is the preset's name, shortened when it does not fit; without one it still shows its
+/// number. The preset in force is underlined.
 class PresetButton : public QPushButton {
 public:
     explicit PresetButton(int iNumber, QWidget* pParent = nullptr);

@@ -6,6 +6,8 @@
 
 #include <QIcon>
 #include <QLineEdit>
+#include <QProxyStyle>
+#include <QStyleOptionButton>
 #include <set>
 
 namespace vireo {
@@ -116,6 +118,37 @@ TEST(PresetButton, ShowsItsNumberWhileItHasNoName)
     EXPECT_NE(without, other.grab().toImage());
     button.SetCurrent(true);
     EXPECT_NE(without, button.grab().toImage()) << "the preset in force is marked";
+}
+
+/// Notes the text that a button shows.
+class NotingStyle : public QProxyStyle {
+public:
+    mutable QString m_strShown;
+    void drawControl(
+        ControlElement eElement, const QStyleOption* pOption, QPainter* pPainter, const QWidget* pWidget) const override
+    {
+        if (const auto* pButton = qstyleoption_cast<const QStyleOptionButton*>(pOption); eElement == CE_PushButtonLabel)
+            m_strShown = pButton->text;
+        QProxyStyle::drawControl(eElement, pOption, pPainter, pWidget);
+    }
+};
+
+TEST(PresetButton, ShowsTheBeginningOfANameThatIsTooLong)
+{
+    NotingStyle style;
+    PresetButton button(1);
+    button.setStyle(&style);
+    button.resize(100, 40);
+    const QString strLong = QStringLiteral("走り幅跳び 200fps 西側の助走路");
+    button.setText(strLong);
+    button.grab();
+    EXPECT_TRUE(style.m_strShown.startsWith(QStringLiteral("走り"))) << style.m_strShown.toStdString();
+    EXPECT_TRUE(style.m_strShown.endsWith(QChar(0x2026))) << style.m_strShown.toStdString();
+    EXPECT_LT(button.fontMetrics().horizontalAdvance(style.m_strShown), 100);
+    EXPECT_EQ(button.text(), strLong);
+    button.setText(QStringLiteral("A&&B"));
+    button.grab();
+    EXPECT_EQ(style.m_strShown, QStringLiteral("A&&B")) << "what fits stays as it is";
 }
 
 } // namespace
