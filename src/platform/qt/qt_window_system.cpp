@@ -127,7 +127,9 @@ void QtWindowSystem::ShowBox(const OperatorMessage& message)
         return;
     }
     const UiQueue::Busy busy(m_queue);
-    QMessageBox box(DialogOwner());
+    // Above the dialog that asked: a box of the main window's could lie behind it.
+    QWidget* pModal = QApplication::activeModalWidget();
+    QMessageBox box(pModal != nullptr ? pModal : DialogOwner());
     box.setObjectName(QStringLiteral("message"));
     box.setWindowTitle(message.strTitle.empty() ? QStringLiteral("Tessel") : QString::fromStdString(message.strTitle));
     box.setTextFormat(Qt::PlainText);

@@ -20,7 +20,8 @@ using test::PumpUntil;
 class NotedWindows : public DesktopWindows {
 public:
     std::vector<std::string> m_calls;
-    QWidget* DialogOwner() override { return nullptr; }
+    QWidget m_frame;
+    QWidget* DialogOwner() override { return &m_frame; }
     void CarryOut(int iCommand) override { Note("command " + std::to_string(iCommand)); }
     void OnTimer(int iTimer) override { Note("timer " + std::to_string(iTimer)); }
     void RedrawView(int iCamera) override { Note("redraw " + std::to_string(iCamera)); }
@@ -91,6 +92,25 @@ TEST_F(QtWindowSystemTest, MessageWithoutTitleBearsTheProgramsName)
     });
     m_window.ShowMessage({ "x", {}, false });
     EXPECT_EQ(strTitle, QStringLiteral("Tessel"));
+}
+
+TEST_F(QtWindowSystemTest, MessageBelongsToTheDialogThatIsOpen)
+{
+    QWidget* pOwner = nullptr;
+    const auto show = [&] {
+        OnDialog<QMessageBox> box([&](QMessageBox& shown) {
+            pOwner = shown.parentWidget();
+            shown.accept();
+        });
+        m_window.ShowMessage({ "x", {}, false });
+    };
+    show();
+    EXPECT_EQ(pOwner, &m_windows.m_frame);
+    QDialog settings(&m_windows.m_frame);
+    settings.setModal(true);
+    settings.show();
+    show();
+    EXPECT_EQ(pOwner, &settings);
 }
 
 TEST_F(QtWindowSystemTest, PostedCommandsWaitForTheBoxAndTimersDoNot)
