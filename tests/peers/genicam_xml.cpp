@@ -136,7 +136,9 @@ void Analog(Writer& xml, const SoftCameraSetup& setup)
 {
     if (setup.eDialect == Dialect::Modern) {
         xml.Enumeration("GainSelector", feature::GainSelector, { { "Digital", 0 }, { "All", 1 } });
-        xml.Float("Gain", feature::Gain, "<Min>0</Min><Max>29</Max><Unit>dB</Unit>");
+        xml.Register("GainAvailable", feature::GainAvailable, false);
+        xml.Float("Gain", feature::Gain,
+            "<pIsAvailable>GainAvailable</pIsAvailable><Min>0</Min><Max>29</Max><Unit>dB</Unit>");
     } else {
         xml.Integer("GainRaw", feature::GainRaw, "<Min>0</Min><Max>290</Max>");
     }

@@ -36,6 +36,7 @@ SoftCamera::SoftCamera(const SoftCameraSetup& setup)
     At(feature::PixelFormat) = IsColour() ? kBayerRG8 : kMono8;
     At(feature::TriggerSource) = kTriggerLine0;
     At(feature::FrameRateEnable) = 1;
+    At(feature::GainAvailable) = 1;
     At(feature::ChunkModeActive) = 1; // as another program may have left it
     SetFloat(feature::FrameRate, 30.0F);
     SetFloat(feature::ExposureTime, 10000.0F);
@@ -103,6 +104,8 @@ void SoftCamera::Update()
 Access SoftCamera::Read(std::uint32_t uiOffset, std::uint32_t& uiValue) const
 {
     if (uiOffset >= feature::End || uiOffset % 4 != 0)
+        return Access::BadAddress;
+    if (uiOffset == feature::GainAvailable && Word(uiOffset) == 2)
         return Access::BadAddress;
     uiValue = Word(uiOffset);
     return Access::Done;

@@ -53,6 +53,7 @@ enum Offset : std::uint32_t {
     BalanceRatio = 0x190, ///< two floats: red, blue
     BalanceWhiteAuto = 0x198,
     GainSelector = 0x19C, ///< 0: digital, 1: all
+    GainAvailable = 0x1A0, ///< 0: not now, 1: yes, 2: cannot be read
     LineSelector = 0x200,
     UserOutputSelector = 0x204,
     LineMode = 0x210, ///< per line: 0 input, 1 output

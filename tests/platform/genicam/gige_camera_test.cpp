@@ -12,8 +12,8 @@ constexpr std::uint32_t kPeerLineMode2 = 0xA218, kPeerLineInverter2 = 0xA228, kP
                         kPeerUserOutput0 = 0xA250, kPeerUserOutput3 = 0xA25C, kPeerTriggerSource = 0xA144,
                         kPeerTriggerActivation = 0xA148, kPeerTriggerOverlap = 0xA14C, kPeerExposure = 0xA11C,
                         kPeerGain = 0xA180, kPeerGainRaw = 0xA188, kPeerGainSelector = 0xA19C, kPeerChunks = 0xA304,
-                        kPeerFrameRateEnable = 0xA10C, kPeerBinning = 0xA014, kPeerBalanceRed = 0xA190,
-                        kPeerDestination = 0x0D18, kPeerPacket = 0x0D04;
+                        kPeerGainAvailable = 0xA1A0, kPeerFrameRateEnable = 0xA10C, kPeerBinning = 0xA014,
+                        kPeerBalanceRed = 0xA190, kPeerDestination = 0x0D18, kPeerPacket = 0x0D04;
 
 class GigeCameraTest : public GigeTest {
 protected:
@@ -263,6 +263,25 @@ TEST_F(GigeCameraTest, WhatAnotherProgramLeftBehindIsPutRight)
     Configure(*camera, 640, 480, 100.0F);
     Check(camera->StartCapture());
     EXPECT_EQ(Peer(*camera, kPeerChunks), 0U);
+}
+
+TEST_F(GigeCameraTest, AFeatureThatCouldNotBeAskedForIsNotMissingForGood)
+{
+    const auto camera = StartAndOpen("GS3-PGE-23S6M", "modern");
+    ASSERT_NE(camera, nullptr);
+    Property gain;
+    gain.type = PropertyType::Gain;
+    gain.absControl = true;
+    gain.absValue = 6.0F;
+    Check(camera->WriteGVCPRegister(kPeerGainAvailable, 2)); // the question fails
+    const Error unanswered = camera->SetProperty(gain);
+    EXPECT_EQ(unanswered, ErrorType::PropertyFailed) << unanswered.GetDescription();
+    EXPECT_NE(unanswered.GetDescription().find("camera 15000007: Gain: "), std::string::npos);
+    Check(camera->WriteGVCPRegister(kPeerGainAvailable, 0));
+    EXPECT_EQ(camera->SetProperty(gain).GetDescription(), "camera 15000007: lacks Gain");
+    Check(camera->WriteGVCPRegister(kPeerGainAvailable, 1));
+    Check(camera->SetProperty(gain));
+    EXPECT_EQ(PeerFloat(*camera, kPeerGain), 6.0F);
 }
 
 TEST_F(GigeCameraTest, AMissingFeatureIsNamedWithItsCamera)
