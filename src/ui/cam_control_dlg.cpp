@@ -295,10 +295,10 @@ void CamControlDlg::ShowFrameCounter()
 // They may have been set before this panel was opened.
 void CamControlDlg::ShowMarks()
 {
-    const CaptureFlags& capture = m_doc.m_capture;
-    m_pMarkStartValue->setText(QString::number(capture.m_iMarkStart > 0 ? capture.m_iMarkStart + 1 : 0));
-    m_pMarkEndValue->setText(
-        QString::number(capture.m_iMarkEnd >= 0 ? capture.m_iMarkEnd + 1 : m_doc.m_store.m_iRecordTarget.load()));
+    const int iFirst = m_doc.m_capture.m_iSaveFirstFrame;
+    const int iLast = m_doc.m_capture.m_iSaveLastFrame;
+    m_pMarkStartValue->setText(QString::number(iFirst > 0 ? iFirst + 1 : 0));
+    m_pMarkEndValue->setText(QString::number(iLast >= 0 ? iLast + 1 : m_doc.m_store.m_iRecordTarget.load()));
 }
 
 void CamControlDlg::Step(bool bForward)

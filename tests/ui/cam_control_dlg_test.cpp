@@ -446,10 +446,11 @@ TEST_F(CamControlDlgTest, PanelOpenedDuringPlaybackShowsTheMarks)
     const struct {
         int iFirst, iLast;
         const char *pFirst, *pLast;
-    } rows[] = { { 0, 99, "0", "100" }, { 11, 29, "12", "30" }, { 0, -1, "0", "100" }, { 1, 0, "2", "1" } };
+    } rows[] = { { 0, -1, "0", "100" }, { 11, 29, "12", "30" }, { 0, 99, "0", "100" }, { 1, 0, "2", "1" } };
+    Capture().m_iMarkStart = 7; // of a take before
     for (const auto& row : rows) {
-        Capture().m_iMarkStart = row.iFirst;
-        Capture().m_iMarkEnd = row.iLast;
+        Capture().m_iSaveFirstFrame = row.iFirst;
+        Capture().m_iSaveLastFrame = row.iLast;
         OpenPanel();
         EXPECT_EQ(Text(1036), QString(row.pFirst));
         EXPECT_EQ(Text(1037), QString(row.pLast));
