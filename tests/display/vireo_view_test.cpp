@@ -1,5 +1,4 @@
 #include "app/settings_records.h"
-#include "display/view_messages.h"
 #include "view_fixture.h"
 
 #include <QContextMenuEvent>
@@ -313,13 +312,13 @@ TEST_F(VireoView, AffinePathShowsWhatItLacks)
 {
     OpenView(kAffine, {}, [](QSize) { return QImage(); });
     EXPECT_EQ(m_document.Messages(),
-        (std::vector<std::string> { view_messages::kNoBitmapStore, view_messages::kNoDeviceResources }));
+        (std::vector<std::string> { "Error : Create WIC factory.", "Error : 1st CreateDeviceResources()." }));
 }
 
 TEST_F(VireoView, OpenGlPathWithoutADriverShowsItAndStays)
 {
     CVireoView& view = OpenView({ true, false });
-    EXPECT_EQ(m_document.Messages(), std::vector<std::string> { view_messages::kNoContext });
+    EXPECT_EQ(m_document.Messages(), std::vector<std::string> { "Error Creating RC." });
     EXPECT_FALSE(view.IsOpenGLReady());
     SetPicture(0, 640, 480, 100, PixelFormat::Bgr);
     view.Refresh();
