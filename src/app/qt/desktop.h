@@ -70,6 +70,7 @@ private:
     void ClearPanelPosition();
     void SaveAviFiles();
     void ShowVerdict();
+    void ForgetOldVerdict();
     void ShowAbout();
     void CopyPicture();
     void ArrangeViews(int iCommand);
@@ -90,6 +91,7 @@ private:
     bool m_bShown = false; ///< the main window has been shown
     bool m_bClosed = false;
     bool m_bVerdictShown = false; ///< of the recording that stands in the store
+    bool m_bVerdictStands = false; ///< in the status bar
     QHash<CChildFrame*, QPoint> m_tiles; ///< where tiling has put them
     bool m_bViewsPlaced = false; ///< stored places, or the operator's: no tiling any more
 };

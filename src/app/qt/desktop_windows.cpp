@@ -70,8 +70,10 @@ QWidget* Desktop::DialogOwner() { return m_frame && m_frame->isVisible() ? m_fra
 
 void Desktop::OnTimer(int iTimer)
 {
-    if (IsDocumentOpen())
-        HandleTimer(*m_doc, iTimer);
+    if (!IsDocumentOpen())
+        return;
+    ForgetOldVerdict();
+    HandleTimer(*m_doc, iTimer);
 }
 
 // --- Views ---
@@ -169,9 +171,32 @@ void Desktop::ShowVerdict()
     bool bDone = uiCameras > 0;
     for (unsigned int uiCamera = 0; uiCamera < uiCameras; ++uiCamera)
         bDone = bDone && m_doc->m_store.m_bRecordDone[uiCamera];
-    if (bDone && !m_bVerdictShown)
+    if (bDone && !m_bVerdictShown) {
         m_frame->SetStatusText(TakeVerdictText(ReportTake(*m_doc)));
+        m_bVerdictStands = true;
+    }
     m_bVerdictShown = bDone;
+    if (!bDone)
+        ForgetOldVerdict();
+}
+
+// As soon as the next recording has begun, and at the latest when it has failed.
+void Desktop::ForgetOldVerdict()
+{
+    if (!m_bVerdictStands)
+        return;
+    const CaptureFlags& capture = m_doc->m_capture;
+    bool bBegun = capture.m_iCaptureState == capture_state::kRecording;
+    bool bDone = true;
+    for (unsigned int uiCamera = 0; uiCamera < m_doc->m_cameras.m_uiNumCameras; ++uiCamera) {
+        bBegun = bBegun || capture.m_bThreadEnded[uiCamera];
+        bDone = bDone && m_doc->m_store.m_bRecordDone[uiCamera];
+    }
+    if (bDone || !bBegun)
+        return;
+    m_frame->SetStatusText({});
+    m_bVerdictStands = false;
+    m_bVerdictShown = false;
 }
 
 void Desktop::ShowAbout()

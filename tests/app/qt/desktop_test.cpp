@@ -237,6 +237,31 @@ TEST(DesktopProgram, VerdictNamesTheMissedFrames)
         << run.StatusText().toStdString();
 }
 
+TEST(DesktopProgram, VerdictGoesWhenTheNextRecordingBegins)
+{
+    // Frames are counted from each start: the slow first take ends long before that one.
+    DesktopRun run("simulated:FL3-U3-13Y3M", "hang:0@400");
+    run.StorePreset(1, 30, 1);
+    run.StorePreset(2, 200, 3);
+    ASSERT_TRUE(run.Start());
+    run.Button(1005).click();
+    ASSERT_TRUE(PumpUntil([&] { return run.IsLive() && run.Button(1028).isEnabled(); }));
+    run.Button(1028).click();
+    ASSERT_TRUE(PumpUntil([&] { return run.IsRecorded(); }));
+    const QString strVerdict = run.StatusText();
+    run.Button(1024).click();
+    EXPECT_EQ(run.StatusText(), strVerdict) << "it can be read until then";
+    run.Button(1006).click();
+    ASSERT_TRUE(PumpUntil([&] { return run.IsLive() && run.Button(1028).isEnabled(); }));
+    OnDialog<QMessageBox> missed([&](QMessageBox& shown) { shown.accept(); });
+    run.Button(1028).click();
+    EXPECT_TRUE(PumpUntil([&] { return run.StatusText() == QStringLiteral("レディ"); }));
+    EXPECT_FALSE(run.Doc().m_store.m_bRecordDone[0]);
+    ASSERT_TRUE(PumpUntil([&] { return missed.WasHandled() && run.Doc().m_capture.m_bThreadEnded[0]; }));
+    Pump();
+    EXPECT_NE(run.StatusText(), strVerdict) << "at most what is left of the take that failed";
+}
+
 TEST(DesktopProgram, LampShowsTheWaitForTheFirstEdge)
 {
     DesktopRun run("simulated:2xFL3-U3-13Y3M");
