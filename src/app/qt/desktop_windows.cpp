@@ -57,6 +57,7 @@ void Desktop::CarryOut(int iCommand)
     case menu::kTileRows:
     case menu::kTileColumns: ArrangeViews(iCommand); break;
     case menu::kAbout: ShowAbout(); break;
+    case menu::kCustomize: m_frame->ToolBars().Customize(); break;
     default:
         if (iCommand >= menu::kLookFirst && iCommand <= menu::kLookLast)
             m_frame->OnApplicationLook(iCommand);

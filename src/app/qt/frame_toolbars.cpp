@@ -164,7 +164,7 @@ void FrameToolBars::Fill(Bar& bar, const ToolBarContent& content)
     pCustomize->setText(QStringLiteral("カスタマイズ..."));
     pCustomize->setObjectName(QStringLiteral("125"));
     pCustomize->setAutoRaise(true);
-    QObject::connect(pCustomize, &QToolButton::clicked, &bar, [this] { Customize(); });
+    QObject::connect(pCustomize, &QToolButton::clicked, &bar, [this] { m_actions.value(menu::kCustomize)->trigger(); });
     bar.m_pBar->addSeparator();
     bar.m_pBar->addWidget(pCustomize);
     bar.SetAutoHide(content.bAutoHide);

@@ -35,7 +35,7 @@ public:
 
     /// An entry per toolbar that shows and hides it.
     void FillMenu(QMenu& menu);
-    /// The customise dialog.
+    /// The customise dialog; the entry on each bar only gives its command.
     void Customize();
 
     [[nodiscard]] std::vector<ToolBarContent> Contents() const;

@@ -42,8 +42,6 @@ void CMainFrame::MakeActions()
         connect(pAction, &QAction::triggered, this, [this, iCommand] {
             if (iCommand == menu::kUndo || iCommand == menu::kCut || iCommand == menu::kPaste)
                 OnEditCommand(iCommand);
-            else if (iCommand == menu::kCustomize)
-                m_toolBars->Customize();
             else if (iCommand == menu::kStatusBar)
                 statusBar()->setVisible(Command(iCommand)->isChecked());
             else

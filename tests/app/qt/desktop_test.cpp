@@ -1,8 +1,10 @@
+#include "app/qt/customize_dlg.h"
 #include "desktop_run.h"
 #include "ui/panel_widgets.h"
 
 #include <QMdiArea>
 #include <QMessageBox>
+#include <QToolButton>
 #include <filesystem>
 #include <thread>
 
@@ -323,11 +325,27 @@ TEST(DesktopProgram, SettingsDialogHoldsBackTheSaveAfterRecording)
     EXPECT_EQ(run.m_videos.Files()[0].exposuresUs.size(), 60U);
 }
 
+TEST(DesktopProgram, CustomisingHoldsBackWhatIsPosted)
+{
+    DesktopRun run("simulated:FL3-U3-13Y3M");
+    ASSERT_TRUE(run.Start());
+    OnDialog<CustomizeDlg> customize([&](CustomizeDlg& dialog) {
+        run.m_window.PostCommand(command::kTogglePanel);
+        Pump();
+        EXPECT_NE(run.m_desktop->Panel(), nullptr);
+        dialog.reject();
+    });
+    run.m_desktop->Frame().findChild<QToolButton*>(QStringLiteral("125"))->click();
+    EXPECT_TRUE(customize.WasHandled());
+    EXPECT_TRUE(PumpUntil([&] { return run.m_desktop->Panel() == nullptr; }));
+}
+
 TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
 {
     const struct {
         const char* pName;
         std::function<void(DesktopRun&)> enter;
+        const char* pCameras = "simulated:2xFL3-U3-13Y3M";
     } states[] = {
         { "live", [](DesktopRun& run) { PumpUntil([&] { return run.IsLive(); }); } },
         { "recording",
@@ -337,6 +355,13 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
                 PumpUntil([&] { return run.Doc().m_capture.m_iCaptureState == capture_state::kRecording; });
             } },
         { "waiting for a trigger", [](DesktopRun& run) { ById<QCheckBox>(run.Panel(), 1032)->click(); } },
+        { "waiting for a trigger without a strobe",
+            [](DesktopRun& run) {
+                PumpUntil([&] { return run.IsLive() && run.Button(1028).isEnabled(); });
+                ById<QCheckBox>(run.Panel(), 1032)->click();
+                EXPECT_TRUE(run.Doc().m_capture.m_bTriggerWaitLinear);
+            },
+            "simulated:2xGRAS-03K2" },
         { "playback",
             [](DesktopRun& run) {
                 PumpUntil([&] { return run.IsLive() && run.Button(1028).isEnabled(); });
@@ -355,7 +380,7 @@ TEST(DesktopProgram, PostedExitEndsTheProgramFromEveryState)
     const std::size_t uiThreads = ThreadCount();
     for (const auto& state : states) {
         SCOPED_TRACE(state.pName);
-        DesktopRun run("simulated:2xFL3-U3-13Y3M");
+        DesktopRun run(state.pCameras);
         ASSERT_TRUE(run.Start());
         EXPECT_GT(ThreadCount(), uiThreads);
         state.enter(run);

@@ -268,6 +268,15 @@ TEST_F(MainFrameTest, StandardToolBarHasItsTitleAndTheCustomiseEntry)
         }
 }
 
+// A dialog of the frame's own would let posted commands run behind it.
+TEST_F(MainFrameTest, CustomisingIsLeftToTheOwner)
+{
+    CMainFrame& frame = Open();
+    frame.findChild<QToolButton*>(QStringLiteral("125"))->click();
+    frame.Command(menu::kCustomize)->trigger();
+    EXPECT_EQ(m_commands, (std::vector<int> { menu::kCustomize, menu::kCustomize }));
+}
+
 TEST_F(MainFrameTest, ToolBarsOfTheOperatorComeBackWhereTheyWere)
 {
     CMainFrame& frame = Open();
