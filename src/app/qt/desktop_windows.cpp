@@ -11,6 +11,7 @@
 #include "platform/qt/screen_placement.h"
 #include "ui/about_dlg.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QLineEdit>
@@ -58,6 +59,13 @@ void Desktop::CarryOut(int iCommand)
     case menu::kTileColumns: ArrangeViews(iCommand); break;
     case menu::kAbout: ShowAbout(); break;
     case menu::kCustomize: m_frame->ToolBars().Customize(); break;
+    case menu::kUndo:
+    case menu::kCut:
+    case menu::kPaste:
+    case menu::kStatusBar: // posted: the frame's own commands
+        m_frame->UpdateCommands();
+        m_frame->Command(iCommand)->trigger();
+        break;
     default:
         if (iCommand >= menu::kLookFirst && iCommand <= menu::kLookLast)
             m_frame->OnApplicationLook(iCommand);

@@ -2,8 +2,10 @@
 #include "desktop_run.h"
 #include "ui/panel_widgets.h"
 
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMessageBox>
+#include <QStatusBar>
 #include <QToolButton>
 #include <filesystem>
 #include <thread>
@@ -323,6 +325,34 @@ TEST(DesktopProgram, SettingsDialogHoldsBackTheSaveAfterRecording)
     run.m_window.Queue().Post([&] { run.Panel().EditPreset(2); });
     ASSERT_TRUE(PumpUntil([&] { return run.m_videos.Files().size() == 1 && !run.Doc().m_capture.m_bSaving; }));
     EXPECT_EQ(run.m_videos.Files()[0].exposuresUs.size(), 60U);
+}
+
+TEST(DesktopProgram, PostedMenuCommandsReachTheFrame)
+{
+    DesktopRun run("simulated:FL3-U3-13Y3M");
+    ASSERT_TRUE(run.Start());
+    const auto* pBar = run.m_desktop->Frame().findChild<QStatusBar*>();
+    for (const bool bHidden : { true, false }) {
+        run.m_window.PostCommand(menu::kStatusBar);
+        EXPECT_TRUE(PumpUntil([&] { return pBar->isHidden() == bHidden; }));
+    }
+    auto* pEdit = ById<QLineEdit>(run.Panel(), 1015);
+    run.Panel().activateWindow();
+    pEdit->setFocus();
+    ASSERT_TRUE(PumpUntil([&] { return QApplication::focusWidget() == pEdit; }));
+    pEdit->setText(QStringLiteral("0042"));
+    pEdit->selectAll();
+    const struct {
+        int iCommand;
+        const char* pText;
+    } rows[] = { { menu::kCut, "" }, { menu::kUndo, "0042" }, { menu::kCut, "" }, { menu::kPaste, "0042" } };
+    for (const auto& row : rows) {
+        run.m_window.PostCommand(row.iCommand);
+        EXPECT_TRUE(PumpUntil([&] { return pEdit->text() == QString(row.pText); })) << row.iCommand;
+    }
+    OnDialog<CustomizeDlg> customize([](CustomizeDlg& dialog) { dialog.reject(); });
+    run.m_window.PostCommand(menu::kCustomize);
+    EXPECT_TRUE(PumpUntil([&] { return customize.WasHandled(); }));
 }
 
 TEST(DesktopProgram, CustomisingHoldsBackWhatIsPosted)
