@@ -18,16 +18,19 @@ namespace vireo::test {
 /// that keep each frame's bar code.
 class DesktopRun {
 public:
-    explicit DesktopRun(
-        const char* pCameras = "simulated", const char* pFaults = "", const CooperationRequest& request = {})
+    /// `pVideo`: writers in place of those that keep bar codes.
+    explicit DesktopRun(const char* pCameras = "simulated", const char* pFaults = "",
+        const CooperationRequest& request = {}, VideoWriters* pVideo = nullptr)
         : m_request(request)
     {
         SimulatedSetup setup;
         EXPECT_EQ(ParseSimulatedSource(pCameras, setup.cameras), "");
         EXPECT_EQ(ParseSimulatedFaults(pFaults, setup.cameras.size(), setup.faults), "");
         m_library = MakeSimulatedLibrary(m_clock, setup);
-        m_test = std::make_unique<TestPlatform>(TestPlatformParts {
-            .pClock = &m_clock, .pCameras = m_library.get(), .pWindow = &m_window, .pVideo = &m_videos });
+        m_test = std::make_unique<TestPlatform>(TestPlatformParts { .pClock = &m_clock,
+            .pCameras = m_library.get(),
+            .pWindow = &m_window,
+            .pVideo = pVideo != nullptr ? pVideo : &m_videos });
         WriteFile(m_folder / "Tessel.ini", "");
         NewProgram();
     }

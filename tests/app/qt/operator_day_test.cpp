@@ -1,4 +1,6 @@
 #include "desktop_run.h"
+#include "platform/imaging/mjpeg_video.h"
+#include "support/decoded_video.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -40,8 +42,82 @@ protected:
     }
     QString Text(int iId) { return ById<QLabel>(m_run.Panel(), iId)->text(); }
 
-    DesktopRun m_run { "simulated" };
+    explicit OperatorDay(VideoWriters* pVideo = nullptr)
+        : m_run("simulated", "", {}, pVideo)
+    {
+    }
+
+    DesktopRun m_run;
 };
+
+struct OwnWriters {
+    std::unique_ptr<VideoWriters> m_writers = MakeVideoWriters();
+};
+
+/// The same with real files.
+class OperatorFiles : OwnWriters, public OperatorDay {
+protected:
+    OperatorFiles()
+        : OperatorDay(m_writers.get())
+    {
+    }
+    std::string File(const std::string& strName) const { return m_run.m_folder / (strName + "-0000.avi"); }
+};
+
+TEST_F(OperatorFiles, HoldExactlyTheMarkedFramesOfEveryCamera)
+{
+    m_run.StorePreset(1, 100, 1);
+    ASSERT_TRUE(m_run.Start());
+    Click(1005);
+    ASSERT_TRUE(WaitArmed());
+    QTest::keyClick(&m_run.Panel(), Qt::Key_F9);
+    ASSERT_TRUE(WaitRecorded());
+    Click(1022); // play
+    for (int i = 0; i < 19; ++i)
+        Click(1018);
+    Click(1019); // start mark
+    for (int i = 0; i < 30; ++i)
+        Click(1018);
+    Click(1020); // end mark
+    EXPECT_EQ(Text(1036), QStringLiteral("20"));
+    EXPECT_EQ(Text(1037), QStringLiteral("50"));
+    Click(1023); // save
+    ASSERT_TRUE(WaitArmed());
+    const std::vector<std::uint32_t> first = test::DecodedBarCodes(File("untitle-cam1"));
+    ASSERT_EQ(first.size(), 31U);
+    for (std::size_t i = 1; i < first.size(); ++i)
+        EXPECT_NEAR(first[i] - first[i - 1], 10000, 2);
+    for (int iCamera = 1; iCamera <= 4; ++iCamera) {
+        const std::string strFile = File("untitle-cam" + std::to_string(iCamera));
+        EXPECT_EQ(test::FramesByFfprobe(strFile), "100/1,31\n");
+        EXPECT_EQ(test::DecodedBarCodes(strFile), first) << "the same instants on every camera";
+    }
+}
+
+TEST_F(OperatorFiles, FollowEachOtherUnderRunningNumbers)
+{
+    m_run.StorePreset(2, 60, 1);
+    ASSERT_TRUE(m_run.Start());
+    Click(1006);
+    ASSERT_TRUE(WaitArmed());
+    Type(ById<QLineEdit>(m_run.Panel(), 1015), "0009");
+    Click(1016);
+    QTest::keyClick(&m_run.Panel(), Qt::Key_Shift);
+    Click(1033); // save after recording
+    for (const char* pNext : { "0010", "0011", "0012" }) {
+        ASSERT_TRUE(WaitArmed());
+        Click(1028);
+        ASSERT_TRUE(PumpUntil([&] {
+            return ById<QLineEdit>(m_run.Panel(), 1015)->text() == QLatin1String(pNext)
+                && !m_run.Doc().m_capture.m_bSaving;
+        }));
+    }
+    for (const char* pNumber : { "0009", "0010", "0011" })
+        for (int iCamera = 1; iCamera <= 4; ++iCamera)
+            EXPECT_EQ(test::FramesByFfprobe(File("untitle-" + std::string(pNumber) + "-cam" + std::to_string(iCamera))),
+                "60/1,60\n")
+                << pNumber;
+}
 
 TEST_F(OperatorDay, PresetRecordPlayMarkSaveAndOnceMore)
 {
