@@ -322,6 +322,18 @@ TEST(ClockFit, LateArrivalsDoNotBendTheLine)
     EXPECT_GT(fit.dJitter, 0.003);
 }
 
+TEST(ClockFit, ATakeThatEndsLateIsJudgedByItsMiddle)
+{
+    std::vector<ClockPoint> points;
+    for (int i = 0; i < 1000; ++i) {
+        const int iLate = i < 995 ? 0 : i - 994; // the machine grows busy: 1, 4, 9 ... ms
+        points.push_back({ i * kPeriod, 100.0 + i * kPeriod + 0.001 * iLate * iLate });
+    }
+    const ClockFit fit = FitClock(points);
+    EXPECT_NEAR(fit.DevicePpm(), 0.0, 0.1);
+    EXPECT_NEAR(fit.ToHost(0.0), 100.0, 1e-6);
+}
+
 TEST(ClockFit, FewPointsGiveWhatTheyCan)
 {
     EXPECT_EQ(FitClock({}).dOffset, 0.0);
