@@ -72,6 +72,23 @@ TEST(GrabRecording, ARecordingThatIsAskedForBeforeTheFirstFrameBeginsWithTheFirs
     EXPECT_EQ(capture.Store().m_iStartMark, 0);
 }
 
+TEST(GrabRecording, TheFirstFrameOfARecordingWritesItsPlaceAndCountToTheLog)
+{
+    ScriptedCapture capture({ .uiCameras = 2 });
+    capture.Start();
+    ASSERT_TRUE(capture.WaitFrames(0, 5));
+    ASSERT_TRUE(capture.Record());
+    const int iFirst = capture.Store().m_istartFrame[0];
+    std::vector<std::string> told;
+    for (const std::string& strLine : capture.Test().m_log.Lines())
+        if (strLine.starts_with("m_i"))
+            told.push_back(strLine);
+    // The first frame stands in two slots: it makes up for the one that was set aside.
+    EXPECT_EQ(told,
+        (std::vector<std::string> {
+            "m_iendFrame[0]=(" + std::to_string(iFirst + 2) + ")", "m_isaveFrameCount[0]=(2)" }));
+}
+
 TEST(GrabRecording, CameraZerosFirstFrameIsSetAsideInTheLastSlot)
 {
     ScriptedCapture capture({ .uiCameras = 2 });

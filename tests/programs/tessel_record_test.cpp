@@ -76,6 +76,41 @@ TEST(TesselRecord, FourFilesShowTheSameMomentInEveryFrame)
     }
 }
 
+TEST(TesselRecord, AFolderThatCannotBeWrittenIsToldBeforeTheRecording)
+{
+    const TemporaryFolder folder;
+    // Whoever runs this may write everywhere but on what is mounted so that nobody can.
+    const ToolResult result = RunTool({ "unshare", "--user", "--map-root-user", "--mount", "sh", "-c",
+        "mount -t tmpfs -o ro tmpfs \"$0\" && exec env TESSEL_CAMERAS=simulated \"$@\"", folder.Path(),
+        TESSEL_RECORD_PROGRAM, "--seconds", "60", folder / "take" });
+    EXPECT_EQ(result.iExit, 1) << result.strErr;
+    EXPECT_NE(result.strErr.find("the folder cannot be written: " + folder.Path()), std::string::npos) << result.strErr;
+    EXPECT_EQ(result.strErr.find("m_isaveFrameCount"), std::string::npos) << "nothing was recorded";
+}
+
+TEST(TesselRecord, TheProgressStandsOnATerminalOnlyAndNotWhenItIsToBeQuiet)
+{
+    const struct {
+        bool bTerminal;
+        const char* pQuiet;
+        bool bShown;
+    } kRows[] = { { true, "", true }, { true, "--quiet", false }, { false, "", false } };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(testing::Message() << "terminal " << row.bTerminal << ' ' << row.pQuiet);
+        const TemporaryFolder folder;
+        const std::string strCommand = std::string("exec " TESSEL_RECORD_PROGRAM " --cameras simulated --seconds 1 ")
+            + row.pQuiet + " '" + folder / "take" + "'";
+        const ToolResult result = row.bTerminal ? RunTool({ "script", "-qec", strCommand, "/dev/null" })
+                                                : RunTool({ "sh", "-c", strCommand });
+        EXPECT_EQ(result.iExit, 0) << result.strErr;
+        const std::string strAll = result.strOut + result.strErr;
+        EXPECT_EQ(strAll.find(" of 30 frames\r") != std::string::npos
+                || strAll.find(" of 30 frames\033") != std::string::npos,
+            row.bShown);
+        EXPECT_EQ(strAll.find('\033') != std::string::npos, row.bShown) << strAll;
+    }
+}
+
 TEST(TesselRecord, ALineForEveryFileGoesToTheOutput)
 {
     const TemporaryFolder folder;
