@@ -26,7 +26,8 @@ using namespace vireo::peers;
 constexpr const char* kUsage =
     "tessel-fake-gige [--camera ADDRESS,SERIAL,MODEL[,modern|older|bare]]...\n"
     "                 [--count N] [--model MODEL] [--fault RULE]... [--trigger HZ[@DELAY_MS]] [--until-eof]\n"
-    "  RULE = lose|torn|drop:CAMERA@N[xCOUNT] or hang|quit:CAMERA@N or quit:CAMERA@armed\n"
+    "  RULE = lose|torn|drop:CAMERA@N[xCOUNT] or hang|release|seize|quit:CAMERA@N\n"
+    "         or quit:CAMERA@armed\n"
     "  without --camera: N cameras (default 4) of a model (default GS3-PGE-23S6M) at 127.0.0.1, 127.0.0.2, ...\n";
 
 volatile std::sig_atomic_t g_iQuit = 0;

@@ -7,6 +7,7 @@
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -330,6 +331,22 @@ void GigeCamera::DropOwner()
     SetWord(reg::kControl, 0);
     SetWord(reg::kHostPort, 0);
     m_camera.StopAcquisition();
+}
+
+bool GigeCamera::LoseControl(std::uint64_t uiExposure)
+{
+    const PeerFaults& faults = m_setup.faults;
+    const bool bSeize = faults.seize && uiExposure >= *faults.seize;
+    if (m_bControlTaken || (!bSeize && !(faults.release && uiExposure >= *faults.release)))
+        return false;
+    m_bControlTaken = true;
+    DropOwner();
+    if (!bSeize)
+        return true;
+    m_owner = m_address; // nobody who could ask
+    m_heardOwner = std::numeric_limits<std::int64_t>::max();
+    SetWord(reg::kControl, 2);
+    return true;
 }
 
 void GigeCamera::CheckHeartbeat(std::int64_t now)

@@ -69,6 +69,8 @@ private:
     std::uint16_t WriteControl(std::uint32_t uiValue, const sockaddr_in& from);
     bool IsOwner(const sockaddr_in& from) const;
     void DropOwner();
+    /// Takes control from the program that has it, as faults say. True when they do.
+    bool LoseControl(std::uint64_t uiExposure);
     void SendTestPacket();
 
     std::uint32_t PacketData() const;
@@ -95,6 +97,7 @@ private:
     sockaddr_in m_address {};
     sockaddr_in m_owner {}; ///< port 0: nobody controls
     std::int64_t m_heardOwner = 0;
+    bool m_bControlTaken = false; ///< once, by a fault
     std::uint16_t m_uiBlock = 0xFF00; ///< wraps after a short while
     std::array<Block, 16> m_blocks {};
 };

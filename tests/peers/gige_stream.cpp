@@ -116,6 +116,8 @@ bool GigeCamera::SendFrame(const Exposure& exposure)
     const PeerFaults& faults = m_setup.faults;
     if (faults.quit && exposure.uiNumber >= *faults.quit)
         return false;
+    if (LoseControl(exposure.uiNumber))
+        return true;
     if ((faults.hang && exposure.uiNumber >= *faults.hang) || Word(kHostPort) == 0)
         return true;
     m_uiBlock = static_cast<std::uint16_t>(m_uiBlock == 0xFFFF ? 1 : m_uiBlock + 1); // 0 is never used

@@ -65,6 +65,10 @@ bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults)
         camera.drop.push_back(numbers);
     else if (strKind == "hang" && !bCount)
         camera.hang = numbers.uiFirst;
+    else if (strKind == "release" && !bCount)
+        camera.release = numbers.uiFirst;
+    else if (strKind == "seize" && !bCount)
+        camera.seize = numbers.uiFirst;
     else if (strKind == "quit" && !bCount)
         camera.quit = numbers.uiFirst;
     else

@@ -19,13 +19,16 @@ struct PeerFaults {
     std::vector<Numbers> torn; ///< one packet is lost for good
     std::vector<Numbers> drop; ///< the whole frame is lost
     std::optional<std::uint64_t> hang; ///< sends nothing from this frame on
+    std::optional<std::uint64_t> release; ///< takes control from its program before this frame
+    std::optional<std::uint64_t> seize; ///< the same, and another program has it from then on
     std::optional<std::uint64_t> quit; ///< the host ends as if killed before this frame
     bool bQuitArmed = false; ///< or when this camera has waited a second for its trigger
 };
 
 bool Contains(const std::vector<Numbers>& list, std::uint64_t uiNumber);
 
-/// Reads `lose|torn|drop:CAMERA@N[xCOUNT]` `hang|quit:CAMERA@N` or `quit:CAMERA@armed`. False for anything else.
+/// Reads `lose|torn|drop:CAMERA@N[xCOUNT]` `hang|release|seize|quit:CAMERA@N` or `quit:CAMERA@armed`. False for
+/// anything else.
 bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults);
 
 } // namespace vireo::peers

@@ -5,6 +5,7 @@
 #include "support/decoded_video.h"
 #include "support/recorded_log.h"
 #include "support/run_tool.h"
+#include "support/running_program.h"
 #include "support/temporary_folder.h"
 
 #include <csignal>
@@ -21,21 +22,29 @@ namespace {
 using namespace vireo::test;
 using nlohmann::json;
 
+/// By now a camera has noticed that its program is gone, or it never will.
+constexpr ClockTime kFreeAtLast = 60 * kNsPerSecond;
+
 class RecordRealCameras : public peers::NetworkTest {
 protected:
     void StartPeer(const std::vector<std::string>& arguments)
     {
+        m_peer.reset(); // its addresses come free
         m_peer = std::make_unique<peers::PeerProcess>(arguments);
         ASSERT_TRUE(m_peer->Ready());
     }
-    /// Runs the program on `strCameras`; the report goes to m_report.
-    ToolResult Record(const std::string& strCameras, std::vector<std::string> arguments)
+    std::vector<std::string> Command(const std::string& strCameras, const std::vector<std::string>& arguments) const
     {
         std::vector<std::string> command { "env", "-u", "TESSEL_SIM_FAULTS", TESSEL_RECORD_PROGRAM, "--cameras",
             strCameras, "--json", m_folder / "report.json" };
         command.insert(command.end(), arguments.begin(), arguments.end());
         command.push_back(m_folder / "take");
-        ToolResult result = RunTool(command);
+        return command;
+    }
+    /// Runs the program on `strCameras`; the report goes to m_report.
+    ToolResult Record(const std::string& strCameras, const std::vector<std::string>& arguments)
+    {
+        ToolResult result = RunTool(Command(strCameras, arguments));
         m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
         return result;
     }
@@ -189,6 +198,50 @@ TEST_F(RecordRealCameras, CamerasThatDieInMidRecordingLoseNothingThatWasRecorded
         EXPECT_EQ(Camera(i).at("serial"), 15000001 + i);
         EXPECT_EQ(FramesByFfprobe(File("-cam" + std::to_string(i + 1))), "100/1," + std::to_string(uiFrames) + "\n");
     }
+}
+
+TEST_F(RecordRealCameras, ACameraThatAnotherProgramTakesInMidRecordingIsNamedAndNothingRecordedIsLost)
+{
+    for (const char* strFault : { "release:1@200", "seize:1@200" }) {
+        SCOPED_TRACE(strFault);
+        StartPeer({ "--count", "2", "--fault", strFault });
+        const ToolResult result = Record("genicam:lo", { "--fps", "100", "--seconds", "20" });
+        EXPECT_EQ(result.iExit, 1);
+        EXPECT_TRUE(Says(result.strErr, "camera 15000002: control of the camera was lost")) << result.strErr;
+        EXPECT_TRUE(Says(m_report.at("error"), "15000002")) << m_report.at("error");
+        const std::size_t uiFrames = m_report.at("frames");
+        EXPECT_GT(uiFrames, 50U);
+        EXPECT_LT(uiFrames, 201U);
+        for (std::size_t i = 0; i < 2; i++) {
+            const std::string strFile = File("-cam" + std::to_string(i + 1));
+            EXPECT_EQ(Camera(i).at("frames"), uiFrames);
+            EXPECT_EQ(FramesByFfprobe(strFile), "100/1," + std::to_string(uiFrames) + "\n");
+            std::filesystem::remove(strFile);
+        }
+    }
+}
+
+TEST_F(RecordRealCameras, AKilledProgramsCameraIsToldToBeTakenAndIsFreeSoonAfter)
+{
+    StartPeer({ "--count", "1" });
+    RunningProgram killed(Command("genicam:lo", { "--fps", "100", "--seconds", "600" }));
+    ASSERT_TRUE(killed.WaitForErr("stream destination 224.0.0.1 is noted")) << killed.Err();
+    RealClock clock;
+    RecordedLog log;
+    const auto library = MakeGenicamLibrary(clock, log, { "lo" });
+    unsigned int uiCount = 0;
+    PGRGuid guid;
+    ASSERT_TRUE(library->GetBusManager().GetNumOfCameras(uiCount).IsOk());
+    ASSERT_TRUE(library->GetBusManager().GetCameraFromSerialNumber(15000001, guid).IsOk());
+    const auto camera = library->CreateGigECamera(guid);
+    killed.Signal(SIGKILL);
+    ASSERT_EQ(killed.WaitForEnd(), 128 + SIGKILL);
+    Error error = camera->Connect(guid);
+    EXPECT_EQ(error, ErrorType::AccessDenied);
+    EXPECT_EQ(error.GetDescription(), "camera 15000001: another program controls it");
+    for (const ClockTime begin = clock.Now(); error == ErrorType::AccessDenied && clock.Now() - begin < kFreeAtLast;)
+        error = camera->Connect(guid);
+    EXPECT_TRUE(error.IsOk()) << error.GetDescription();
 }
 
 TEST_F(RecordRealCameras, ACameraThatDiesWhileItWaitsForTheTriggerIsNamedAndCanBeUsedAgain)

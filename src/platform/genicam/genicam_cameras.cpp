@@ -23,9 +23,9 @@ Error ReadControl(OpenDevice& device, Register& word)
 {
     return ReadControlRegister(device, word.uiAddress, word.uiValue);
 }
-Error ReadBootstrap(OpenDevice& device, Register& word)
+Error ReadBootstrapWord(OpenDevice& device, Register& word)
 {
-    return device.features->ReadWord(word.uiAddress, word.uiValue);
+    return ReadBootstrap(device, word.uiAddress, word.uiValue);
 }
 
 struct ModeAnswer {
@@ -185,7 +185,7 @@ Error GenicamGigECamera::DoAndLog(const std::function<Error(OpenDevice&, std::st
 Error GenicamGigECamera::ReadGVCPRegister(std::uint32_t uiAddress, std::uint32_t& uiValue)
 {
     Register word { uiAddress, 0 };
-    const Error error = m_device.Fill(word, ReadBootstrap);
+    const Error error = m_device.Fill(word, ReadBootstrapWord);
     if (error.IsOk())
         uiValue = word.uiValue;
     return error;

@@ -117,12 +117,8 @@ void DeviceSession::Ask(ClockTime now)
     if (m_link->IsGone() || !m_askedAt.compare_exchange_strong(none, now))
         return;
     Later([answered = m_answered](OpenDevice& device) {
-        std::int64_t iWidth = 0;
-        Error error = device.link->IsGone() ? Error() : device.features->GetInteger(Feature::Width, iWidth);
-        if (error == ErrorType::Disconnected)
-            device.link->SetGone("it does not answer");
-        else
-            *answered = true;
+        const Error error = AskWhetherThere(device);
+        *answered = !device.link->IsGone();
         return error;
     });
 }

@@ -6,13 +6,14 @@ namespace vireo {
 
 namespace {
 
+constexpr std::uint32_t kHeartbeatRegister = 0x0938; ///< ms
 constexpr std::uint32_t kControlRegister = 0x0A00;
+/// After this long without a word from its program a camera is anybody's: long enough for a busy computer, short
+/// enough for a start after a crash.
+constexpr std::uint32_t kHeartbeatMs = 5000;
 
 /// Called in the driver's own thread: only a note is made.
-void OnControlLost(ArvDevice*, gpointer pLink)
-{
-    static_cast<DeviceLink*>(pLink)->SetGone("control of the camera was lost");
-}
+void OnControlLost(ArvDevice*, gpointer pLink) { static_cast<DeviceLink*>(pLink)->SetGone(kControlLost); }
 
 /// Names and not numbers: an all-digit name would be taken for an address.
 GObjectPtr<ArvCamera> NewCamera(const DeviceRecord& record, GErrorSlot& error)
@@ -92,10 +93,30 @@ Error OpenCamera(const DeviceRecord& record, OpenDevice& device)
     device.features = std::make_unique<Features>(device.Device(), record.Name());
     if (const Error denied = CheckControl(device, record); !denied.IsOk())
         return denied;
+    if (device.bGigE) // a camera that keeps a time of its own is as good
+        if (const Error mute = device.features->WriteWord(kHeartbeatRegister, kHeartbeatMs);
+            mute == ErrorType::Disconnected)
+            return mute;
     device.ulLostHandler =
         g_signal_connect(device.Device(), "control-lost", G_CALLBACK(OnControlLost), device.link.get());
     ReadInfo(device, record);
     return {};
+}
+
+/// Who only reads sees no difference when another program gives the orders.
+Error AskWhetherThere(OpenDevice& device)
+{
+    if (device.link->IsGone())
+        return {};
+    std::int64_t iWidth = 0;
+    Error error = device.features->GetInteger(Feature::Width, iWidth);
+    if (error.IsOk() && device.bGigE)
+        error = device.features->WriteWord(kHeartbeatRegister, kHeartbeatMs);
+    if (error == ErrorType::Disconnected)
+        device.link->SetGone("it does not answer");
+    else if (error == ErrorType::AccessDenied)
+        device.link->SetGone(kControlLost);
+    return error;
 }
 
 } // namespace vireo

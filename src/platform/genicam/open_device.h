@@ -32,7 +32,10 @@ struct Remembered {
     PixelFormat ePixelFormat = PixelFormat::Unspecified; ///< as asked; several of ours are one of the camera's
     GigEConfig gigeConfig;
     std::map<std::uint32_t, IPAddress> destinations; ///< of the stream channels, when not given to the camera
+    bool bHeartbeatOff = false; ///< read back, but the camera's heartbeat stays on
 };
+
+constexpr const char* kControlLost = "control of the camera was lost";
 
 /// An open camera. Everything but `link` and `embedding` belongs to the device's own thread.
 struct OpenDevice {
@@ -61,5 +64,9 @@ struct OpenDevice {
 /// Opens the camera for this program alone and reads who it is.
 /// @return NotFound, AccessDenied (another program controls it), Disconnected.
 Error OpenCamera(const DeviceRecord& record, OpenDevice& device);
+
+/// Asks the camera for an answer, and a GigE camera whether it still takes orders from this program; when it does
+/// not, the link is told so. Frames need not flow for that.
+Error AskWhetherThere(OpenDevice& device);
 
 } // namespace vireo

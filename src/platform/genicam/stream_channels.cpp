@@ -13,6 +13,8 @@ constexpr std::uint32_t kLastChannel = 512;
 // Registers of a channel.
 constexpr std::uint32_t kPort = 0x00, kPacket = 0x04, kDelay = 0x08, kDestination = 0x18, kSource = 0x1C;
 constexpr std::uint32_t kDoNotFragment = 0x40000000;
+constexpr std::uint32_t kConfiguration = 0x0954;
+constexpr std::uint32_t kHeartbeatOff = 1;
 constexpr std::uint32_t kSmallestPacket = 576; ///< every network carries this
 
 constexpr std::uint32_t Address(std::uint32_t uiChannel, std::uint32_t uiRegister)
@@ -124,6 +126,16 @@ Error WriteStreamChannel(OpenDevice& device, const NumberedChannel& numbered, st
     return features.WriteWord(Address(uiChannel, kDestination), Number(wanted.destinationIpAddress));
 }
 
+Error ReadBootstrap(OpenDevice& device, std::uint32_t uiAddress, std::uint32_t& uiValue)
+{
+    Error error = device.features->ReadWord(uiAddress, uiValue);
+    if (error.IsOk() && uiAddress == kConfiguration && device.remembered.bHeartbeatOff)
+        uiValue |= kHeartbeatOff;
+    return error;
+}
+
+/// The driver has a thread of its own for the heartbeat, so nothing is won without it; but a camera without it stays
+/// taken for ever when its program is killed.
 Error WriteBootstrap(OpenDevice& device, std::uint32_t uiAddress, std::uint32_t uiValue, std::string& strNote)
 {
     const std::uint32_t uiChannel = (uiAddress - kFirstChannel) / kChannelPitch;
@@ -131,6 +143,10 @@ Error WriteBootstrap(OpenDevice& device, std::uint32_t uiAddress, std::uint32_t 
         uiAddress >= kFirstChannel && uiChannel < kLastChannel && uiAddress == Address(uiChannel, kDestination);
     if (bDestination && KeepDestination(device, uiChannel, Octets(uiValue), strNote))
         return {};
+    if (uiAddress == kConfiguration) {
+        device.remembered.bHeartbeatOff = (uiValue & kHeartbeatOff) != 0;
+        uiValue &= ~kHeartbeatOff;
+    }
     return device.features->WriteWord(uiAddress, uiValue);
 }
 

@@ -19,7 +19,9 @@ Error ReadStreamChannel(OpenDevice& device, NumberedChannel& numbered);
 /// sets the destination itself, could not receive it.
 Error WriteStreamChannel(OpenDevice& device, const NumberedChannel& numbered, std::string& strNote);
 
-/// A bootstrap register. A multicast destination is treated as WriteStreamChannel does.
+/// A bootstrap register. A multicast destination is treated as WriteStreamChannel does; that the heartbeat is off is
+/// remembered and read back, while it stays on.
+Error ReadBootstrap(OpenDevice& device, std::uint32_t uiAddress, std::uint32_t& uiValue);
 Error WriteBootstrap(OpenDevice& device, std::uint32_t uiAddress, std::uint32_t uiValue, std::string& strNote);
 
 /// In: the size to begin with; out: the largest packet, up to that size, that arrives whole.

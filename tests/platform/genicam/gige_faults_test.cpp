@@ -184,6 +184,31 @@ TEST_F(GigeFaultsTest, ACameraThatDiesIsGoneWithItsNumberAndHoldsNobodyUp)
     rest.wait();
 }
 
+TEST_F(GigeFaultsTest, ACameraWhoseControlIsLostWhileFramesFlowSaysSoWithItsNumber)
+{
+    const struct {
+        const char* pFault;
+        bool bFree; ///< nobody has taken it
+    } kRows[] = { { "release:0@20", true }, { "seize:0@20", false } };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.pFault);
+        const auto camera = StartWithFault(row.pFault);
+        ASSERT_NE(camera, nullptr);
+        EXPECT_EQ(Fetch(*camera, 20).iDropped, 0); // those before are whole
+        auto rest = std::async(std::launch::async, [&] {
+            const Error error = FetchToTheEnd(*camera);
+            EXPECT_EQ(error, ErrorType::Disconnected);
+            EXPECT_EQ(error.GetDescription(), "camera 15000001: control of the camera was lost");
+            EXPECT_EQ(camera->StopCapture(), ErrorType::Disconnected);
+            EXPECT_TRUE(camera->Disconnect().IsOk());
+        });
+        EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
+        rest.wait();
+        const Error again = camera->Connect(GuidOf(15000001));
+        EXPECT_EQ(again, row.bFree ? ErrorType::Ok : ErrorType::AccessDenied) << again.GetDescription();
+    }
+}
+
 TEST_F(GigeFaultsTest, FourCamerasThatDieTogetherHoldNobodyUpFourTimes)
 {
     StartPeer({ "--count", "4", "--fault", "quit:3@20" });

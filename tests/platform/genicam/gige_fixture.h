@@ -16,6 +16,7 @@ class GigeTest : public peers::NetworkTest {
 protected:
     void StartPeer(const std::vector<std::string>& arguments)
     {
+        m_peer.reset(); // its addresses come free
         m_peer = std::make_unique<peers::PeerProcess>(arguments);
         ASSERT_TRUE(m_peer->Ready());
     }
