@@ -149,6 +149,15 @@ protected:
             EXPECT_EQ(DecodedBarCodes(File(strFolder, c)), m_codes[c]);
         }
     }
+    /// A number in a file's header.
+    static std::uint32_t Field(const std::string& strFile, std::size_t uiOffset)
+    {
+        std::uint32_t uiValue = 0;
+        const std::string strBytes = ReadFile(strFile);
+        if (strBytes.size() >= uiOffset + sizeof uiValue)
+            std::memcpy(&uiValue, strBytes.data() + uiOffset, sizeof uiValue);
+        return uiValue;
+    }
     /// What a full disk left: whole files, then one that holds the first frames and says so, then none.
     void ExpectPlayable(const std::string& strFolder, std::size_t uiReached)
     {
@@ -158,8 +167,8 @@ protected:
                 EXPECT_GE(c + 1, uiReached) << strFile << " is gone";
                 continue;
             }
-            std::uint32_t uiPromised = 0;
-            std::memcpy(&uiPromised, ReadFile(strFile).substr(48, 4).data(), 4);
+            const std::uint32_t uiPromised = Field(strFile, 48);
+            EXPECT_EQ(std::filesystem::file_size(strFile), Field(strFile, 4) + 8U) << "something hangs behind the end";
             ASSERT_LE(uiPromised, static_cast<std::uint32_t>(g_iFrames));
             if (uiPromised == 0)
                 continue; // no room for the first frame: nothing to play, and nothing is promised
