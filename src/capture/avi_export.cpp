@@ -112,12 +112,22 @@ private:
             m_doc.GetPlatform().window.SetProgress(0);
             if (eOutcome == CameraOutcome::Failed)
                 return false;
+            if (eOutcome == CameraOutcome::Written && !bAnyWritten)
+                RememberFile();
             bAllWhole = bAllWhole && eOutcome != CameraOutcome::NoFrames && eOutcome != CameraOutcome::Unreadable;
             bAnyWritten = bAnyWritten || eOutcome == CameraOutcome::Written;
         }
         if (!bAllWhole)
             m_doc.App().SetCooperationResult(cooperation_result::kWriteFailed);
         return bAllWhole && bAnyWritten;
+    }
+
+    // One file of a take: with every part of every camera the last take alone would fill the list.
+    void RememberFile()
+    {
+        const std::vector<std::string>& files = m_result.cameras.back().files;
+        if (!files.empty())
+            m_doc.GetPlatform().window.AddRecentFile(files.front());
     }
 
     CameraOutcome WriteCamera(unsigned int uiCamera)

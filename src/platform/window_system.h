@@ -71,6 +71,8 @@ public:
     virtual void ShowControlPanel(bool bShow) = 0;
     /// Any thread. A text for the first pane of the status bar.
     virtual void SetStatusText(const std::string& strText) = 0;
+    /// A video file has been saved: it heads the list of recent files. A native path, absolute or relative.
+    virtual void AddRecentFile(const std::string& strFile) = 0;
 
     /// Save progress: shows the bar (the panel's, or one of its own) and the wait cursor.
     virtual void BeginProgress(int iRange) = 0;

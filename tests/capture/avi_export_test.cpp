@@ -223,6 +223,26 @@ TEST_F(AviExport, ACancelledQuestionPassesThatCameraOverAndWritesTheOthers)
     EXPECT_TRUE(Messages().empty());
 }
 
+TEST_F(AviExport, ASaveIsRememberedByOneFileWhateverItWrote)
+{
+    const auto remembered = [this] { return m_test->m_window.Record().recentFiles; };
+    SaveAviAutomatic(*m_doc);
+    EXPECT_EQ(remembered(), (std::vector<std::string> { Path("take-cam1-0000.avi") }));
+
+    std::ofstream(Path("next-cam1-0000.avi"));
+    m_doc->m_naming.m_strFileTitle = "next";
+    FillStore();
+    SaveAviAutomatic(*m_doc); // the question is cancelled
+    EXPECT_EQ(remembered().back(), Path("next-cam2-0000.avi")) << "the first camera that was written";
+
+    m_test->m_window.Clear();
+    m_doc->m_naming.m_strFileTitle = "last";
+    m_test->m_video.m_appendError = ErrorType::FileWriteFailed;
+    FillStore();
+    SaveAviAutomatic(*m_doc);
+    EXPECT_TRUE(remembered().empty()) << "nothing whole was written";
+}
+
 TEST_F(AviExport, TheRecordingIsKeptWhenEveryQuestionIsCancelled)
 {
     std::ofstream(Path("take-cam1-0000.avi"));

@@ -26,6 +26,7 @@ struct WindowRecord {
     int iPanelRefreshes = 0;
     std::vector<bool> panelShown; ///< each ShowControlPanel
     std::vector<std::string> statusTexts;
+    std::vector<std::string> recentFiles; ///< each AddRecentFile
     std::vector<int> progressRanges; ///< each BeginProgress
     std::vector<int> progressPositions; ///< of all of them
     int iProgressEnds = 0;
@@ -154,6 +155,10 @@ public:
     void SetStatusText(const std::string& strText) override
     {
         Note([&](WindowRecord& record) { record.statusTexts.push_back(strText); });
+    }
+    void AddRecentFile(const std::string& strFile) override
+    {
+        Note([&](WindowRecord& record) { record.recentFiles.push_back(strFile); });
     }
     void BeginProgress(int iRange) override
     {

@@ -44,6 +44,7 @@ public:
     void PlaceViews() override;
     void SetMainTitle(const std::string& strTitle) override;
     void SetStatusText(const std::string& strText) override;
+    void AddRecentFile(const std::string& strFile) override;
     void RefreshPanel() override;
     void ShowControlPanel(bool bShow) override;
     void BeginProgress(int iRange) override;

@@ -6,7 +6,6 @@
 #include "app/settings_records.h"
 #include "camera/document_lifecycle.h"
 #include "camera/operator_actions.h"
-#include "capture/avi_export.h"
 #include "display/vireo_view.h"
 #include "platform/qt/screen_placement.h"
 #include "ui/about_dlg.h"
@@ -14,6 +13,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QScreen>
@@ -173,6 +173,12 @@ void Desktop::SetMainTitle(const std::string& strTitle) { m_frame->SetCaption(QS
 
 void Desktop::SetStatusText(const std::string& strText) { m_frame->SetStatusText(QString::fromStdString(strText)); }
 
+// Absolute: the next start may have another working directory.
+void Desktop::AddRecentFile(const std::string& strFile)
+{
+    m_frame->AddRecentFile(QFileInfo(QString::fromStdString(strFile)).absoluteFilePath());
+}
+
 // Once for each recording, as soon as every camera has it.
 void Desktop::ShowVerdict()
 {
@@ -275,12 +281,8 @@ void Desktop::ClearPanelPosition()
 
 void Desktop::SaveAviFiles()
 {
-    if (!IsDocumentOpen())
-        return;
-    const ExportResult result = SaveFromMenu(*m_doc);
-    for (const ExportedCamera& camera : result.cameras)
-        for (const std::string& strFile : camera.files)
-            m_frame->AddRecentFile(QString::fromStdString(strFile));
+    if (IsDocumentOpen())
+        SaveFromMenu(*m_doc);
 }
 
 void Desktop::BeginProgress(int iRange)

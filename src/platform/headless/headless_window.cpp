@@ -157,6 +157,8 @@ void HeadlessWindow::ShowControlPanel(bool) { }
 
 void HeadlessWindow::SetStatusText(const std::string&) { }
 
+void HeadlessWindow::AddRecentFile(const std::string&) { }
+
 void HeadlessWindow::BeginProgress(int iRange)
 {
     m_iProgressRange = iRange;

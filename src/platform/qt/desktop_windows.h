@@ -23,6 +23,7 @@ public:
     virtual void PlaceViews() = 0;
     virtual void SetMainTitle(const std::string& strTitle) = 0;
     virtual void SetStatusText(const std::string& strText) = 0;
+    virtual void AddRecentFile(const std::string& strFile) = 0;
     virtual void RefreshPanel() = 0;
     virtual void ShowControlPanel(bool bShow) = 0;
 

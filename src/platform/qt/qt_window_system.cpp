@@ -231,6 +231,11 @@ void QtWindowSystem::SetStatusText(const std::string& strText)
     WithWindows([strText](DesktopWindows& windows) { windows.SetStatusText(strText); });
 }
 
+void QtWindowSystem::AddRecentFile(const std::string& strFile)
+{
+    WithWindows([strFile](DesktopWindows& windows) { windows.AddRecentFile(strFile); });
+}
+
 void QtWindowSystem::BeginProgress(int iRange)
 {
     if (!m_saving) {

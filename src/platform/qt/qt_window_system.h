@@ -43,6 +43,7 @@ public:
     void RefreshPanel() override;
     void ShowControlPanel(bool bShow) override;
     void SetStatusText(const std::string& strText) override;
+    void AddRecentFile(const std::string& strFile) override;
     void BeginProgress(int iRange) override;
     void SetProgress(int iPosition) override;
     void EndProgress() override;

@@ -73,6 +73,17 @@ public:
                 return false;
         return Button(1023).isEnabled() && StatusText().startsWith(QStringLiteral("録画完了"));
     }
+    /// Paths of the recent files in the menu, newest first.
+    QStringList RecentFiles()
+    {
+        QStringList files;
+        for (int i = 0; i < menu::kRecentFiles; ++i) {
+            auto* pEntry = m_desktop->Frame().findChild<QAction*>(QString::number(menu::kRecentFile1 + i));
+            if (!pEntry->data().toString().isEmpty())
+                files.append(pEntry->data().toString());
+        }
+        return files;
+    }
     QString StatusText() { return m_desktop->Frame().findChild<QLabel*>(QStringLiteral("status0"))->text(); }
 
     TemporaryFolder m_folder;

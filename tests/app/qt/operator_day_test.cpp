@@ -92,6 +92,8 @@ TEST_F(OperatorFiles, HoldExactlyTheMarkedFramesOfEveryCamera)
         EXPECT_EQ(test::FramesByFfprobe(strFile), "100/1,31\n");
         EXPECT_EQ(test::DecodedBarCodes(strFile), first) << "the same instants on every camera";
     }
+    ASSERT_FALSE(m_run.RecentFiles().isEmpty());
+    EXPECT_EQ(m_run.RecentFiles().front(), QString::fromStdString(File("untitle-cam1")));
 }
 
 TEST_F(OperatorFiles, FollowEachOtherUnderRunningNumbers)
@@ -117,6 +119,10 @@ TEST_F(OperatorFiles, FollowEachOtherUnderRunningNumbers)
             EXPECT_EQ(test::FramesByFfprobe(File("untitle-" + std::string(pNumber) + "-cam" + std::to_string(iCamera))),
                 "60/1,60\n")
                 << pNumber;
+    QStringList recent;
+    for (const char* pNumber : { "0011", "0010", "0009" })
+        recent.append(QString::fromStdString(File("untitle-" + std::string(pNumber) + "-cam1")));
+    EXPECT_EQ(m_run.RecentFiles().mid(0, 3), recent) << "one of each take, the newest first";
 }
 
 TEST_F(OperatorDay, PresetRecordPlayMarkSaveAndOnceMore)

@@ -28,6 +28,7 @@ public:
     void PlaceViews() override { Note("place"); }
     void SetMainTitle(const std::string& strTitle) override { Note("title " + strTitle); }
     void SetStatusText(const std::string& strText) override { Note("status " + strText); }
+    void AddRecentFile(const std::string& strFile) override { Note("recent file " + strFile); }
     void RefreshPanel() override { Note("refresh"); }
     void ShowControlPanel(bool bShow) override { Note(bShow ? "show" : "hide"); }
     void BeginProgress(int iRange) override { Note("begin " + std::to_string(iRange)); }
