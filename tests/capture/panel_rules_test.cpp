@@ -46,6 +46,63 @@ TEST(PanelRules, EveryStateOfTheCaptureHasItsControls)
     }
 }
 
+// Each control by what it needs and what shuts it off, in every state of all flags and in every mode.
+TEST(PanelRules, EveryControlFollowsItsConditionsInEveryState)
+{
+    enum Flag : unsigned {
+        kDone = 1,
+        kEnded = 2,
+        kRecording = 4,
+        kPlayback = 8,
+        kContinuous = 16,
+        kWaitRing = 32,
+        kWaitLinear = 64,
+        kEveryFlag = 127,
+    };
+    const struct {
+        const char* pName;
+        bool PanelState::*pControl;
+        unsigned uiNeedsOneOf; ///< 0: needs nothing
+        unsigned uiShutOffBy;
+        int iEnabledStates; ///< of 128, counted by hand
+    } kControls[] = {
+        { "preset buttons", &PanelState::bInputGroup, 0, kDone | kWaitRing | kWaitLinear | kContinuous, 8 },
+        { "計測準備", &PanelState::bPrepare, kEnded | kDone, 0, 96 },
+        { "スタート", &PanelState::bStart, 0, kEveryFlag, 1 },
+        { "再生", &PanelState::bPlay, kDone, kContinuous, 32 },
+        { "保存", &PanelState::bSave, kDone, 0, 64 },
+        { "録画後保存", &PanelState::bSaveAfterRecord, 0, kDone, 64 },
+        { "steps and marks", &PanelState::bPlaybackControls, kPlayback, 0, 64 },
+        { "ﾄﾘｶﾞ待, mode 1", &PanelState::bTriggerWait, 0, kDone, 64 },
+        { "ﾄﾘｶﾞ待, mode 2", &PanelState::bTriggerWait, 0, 0, 128 },
+    };
+    for (const int iMode : { capture_mode::kLinear, capture_mode::kRing }) {
+        for (const auto& control : kControls) {
+            const bool bTriggerWait = control.pControl == &PanelState::bTriggerWait;
+            const bool bOfMode1 = control.uiShutOffBy == kDone;
+            if (bTriggerWait && bOfMode1 != (iMode == capture_mode::kLinear))
+                continue;
+            int iEnabled = 0;
+            for (unsigned uiFlags = 0; uiFlags <= kEveryFlag; ++uiFlags) {
+                const PanelFlags flags { .bDone = (uiFlags & kDone) != 0,
+                    .bEnded = (uiFlags & kEnded) != 0,
+                    .bRecording = (uiFlags & kRecording) != 0,
+                    .bPlayback = (uiFlags & kPlayback) != 0,
+                    .bContinuous = (uiFlags & kContinuous) != 0,
+                    .bTriggerWaitRing = (uiFlags & kWaitRing) != 0,
+                    .bTriggerWaitLinear = (uiFlags & kWaitLinear) != 0,
+                    .iCaptureMode = iMode };
+                const bool bNeeds = control.uiNeedsOneOf == 0 || (uiFlags & control.uiNeedsOneOf) != 0;
+                const bool bShutOff = (uiFlags & control.uiShutOffBy) != 0;
+                const bool bEnabled = ComputePanelState(flags).*control.pControl;
+                EXPECT_EQ(bEnabled, bNeeds && !bShutOff) << control.pName << " in state " << uiFlags;
+                iEnabled += bEnabled ? 1 : 0;
+            }
+            EXPECT_EQ(iEnabled, control.iEnabledStates) << control.pName << " in mode " << iMode;
+        }
+    }
+}
+
 TEST(PanelRules, TheDocumentsFlagsAreRead)
 {
     test::TestPlatform platform;

@@ -24,9 +24,9 @@ TEST_F(VireoViewGl, FillsTheViewWithThePictureAndLeavesTheFrame)
     EXPECT_EQ(pSurface->size(), view.size());
     EXPECT_NE(view.size(), QSize(320, 240)) << "stretched, not fitted";
     const QImage drawn = view.grab().toImage();
-    for (const QPoint& point : { QPoint(5, 5), QPoint(view.width() - 20, 5), QPoint(5, view.height() - 20) })
+    for (const QPoint& point : { QPoint(5, 5), QPoint(drawn.width() - 20, 5), QPoint(5, drawn.height() - 20) })
         EXPECT_EQ(drawn.pixelColor(point).red(), 100);
-    EXPECT_GT(drawn.pixelColor(view.width() - 1, view.height() - 1).red(), 200) << "row 0 is at the top";
+    EXPECT_GT(drawn.pixelColor(drawn.width() - 1, drawn.height() - 1).red(), 200) << "row 0 is at the top";
 }
 
 TEST_F(VireoViewGl, ClosesWithoutAWord)

@@ -4,6 +4,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QTableWidget>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -95,7 +96,12 @@ CameraSelectionDlg::CameraSelectionDlg(std::span<const CameraInfo> cameras, QWid
     pButtons->button(QDialogButtonBox::Ok)->setFocus();
     pLayout->setContentsMargins(16, 16, 16, 14);
     pLayout->setSpacing(12);
-    resize(fontMetrics().height() * 34, sizeHint().height());
+    // As wide as its columns, as far as the screen goes.
+    const QMargins margins = pLayout->contentsMargins();
+    const int iColumns =
+        pTable->horizontalHeader()->length() + 2 * pTable->frameWidth() + margins.left() + margins.right();
+    const int iWidth = std::max(fontMetrics().height() * 34, iColumns);
+    resize(std::min(iWidth, screen()->availableSize().width()), sizeHint().height());
 }
 
 } // namespace vireo
