@@ -25,6 +25,8 @@ void SetRunFlags(CVireoDoc& doc, bool bRun)
 bool AbandonStart(CVireoDoc& doc)
 {
     for (std::size_t uiCamera = 0; uiCamera < doc.m_cameras.m_uiNumCameras; ++uiCamera)
+        CameraOf(doc, uiCamera).CancelRetrieve(); // so that those which are dead are waited for side by side
+    for (std::size_t uiCamera = 0; uiCamera < doc.m_cameras.m_uiNumCameras; ++uiCamera)
         (void)CameraOf(doc, uiCamera).StopCapture();
     UndoSynchroStrobe(doc);
     SetRunFlags(doc, false);

@@ -161,6 +161,15 @@ TEST(ConfigureCameras, PutsEveryCameraBackWhenOneCannotStart)
     EXPECT_EQ(bench.Messages(), Texts { "startGrabRecord()->StartCapture() (20) 5874\n" });
     EXPECT_FALSE(bench.Doc().m_capture.m_bCapturing);
     EXPECT_FALSE(bench.Doc().m_capture.m_bKeyWaitRun);
+    // All are cancelled before the first is stopped: dead ones would be waited for one after the other.
+    const auto cancels = bench.m_library.Cancels();
+    ASSERT_EQ(cancels.size(), 3U);
+    const std::vector<LibraryCall> calls = bench.m_library.Calls();
+    for (std::size_t uiCamera = 0; uiCamera < 3; ++uiCamera) {
+        EXPECT_EQ(cancels[uiCamera].first, static_cast<int>(uiCamera));
+        EXPECT_TRUE(calls.at(cancels[uiCamera].second).eOperation == Operation::StopCapture);
+        EXPECT_EQ(calls[cancels[uiCamera].second].iCamera, 0);
+    }
     StrobeControl strobe;
     strobe.source = 2;
     ASSERT_TRUE(CameraOf(bench.Doc(), 0).GetStrobe(strobe).IsOk());

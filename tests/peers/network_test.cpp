@@ -18,26 +18,22 @@ std::string g_strRefusal;
 
 const std::string& NetworkRefusal() { return g_strRefusal; }
 
-void PlugUsb(unsigned int uiCamera, bool bIn)
+namespace {
+
+/// Asks the stand-in for one of its own functions.
+void TellUsb(const char* strFunction, unsigned int uiCamera, int iValue)
 {
-    const auto pPlug = reinterpret_cast<void (*)(unsigned int, int)>(dlsym(RTLD_DEFAULT, "TesselUsbPlug"));
-    ASSERT_NE(pPlug, nullptr);
-    pPlug(uiCamera, bIn ? 1 : 0);
+    const auto pFunction = reinterpret_cast<void (*)(unsigned int, int)>(dlsym(RTLD_DEFAULT, strFunction));
+    ASSERT_NE(pFunction, nullptr);
+    pFunction(uiCamera, iValue);
 }
 
-void TearUsb(unsigned int uiCamera, int iFrames)
-{
-    const auto pTear = reinterpret_cast<void (*)(unsigned int, int)>(dlsym(RTLD_DEFAULT, "TesselUsbTear"));
-    ASSERT_NE(pTear, nullptr);
-    pTear(uiCamera, iFrames);
-}
+} // namespace
 
-void ClaimUsb(unsigned int uiCamera, bool bElsewhere)
-{
-    const auto pClaim = reinterpret_cast<void (*)(unsigned int, int)>(dlsym(RTLD_DEFAULT, "TesselUsbClaim"));
-    ASSERT_NE(pClaim, nullptr);
-    pClaim(uiCamera, bElsewhere ? 1 : 0);
-}
+void PlugUsb(unsigned int uiCamera, bool bIn) { TellUsb("TesselUsbPlug", uiCamera, bIn ? 1 : 0); }
+void TearUsb(unsigned int uiCamera, int iFrames) { TellUsb("TesselUsbTear", uiCamera, iFrames); }
+void ClaimUsb(unsigned int uiCamera, bool bElsewhere) { TellUsb("TesselUsbClaim", uiCamera, bElsewhere ? 1 : 0); }
+void HangUsb(unsigned int uiCamera, bool bHung) { TellUsb("TesselUsbHang", uiCamera, bHung ? 1 : 0); }
 
 void NetworkTest::SetUp()
 {

@@ -1,4 +1,5 @@
 #pragma once
+#include "camera_calls.h"
 #include "peers/network_test.h"
 #include "peers/peer_process.h"
 #include "platform/genicam/genicam_library.h"
@@ -73,10 +74,6 @@ protected:
     static CameraLibrary& Library() { return *s_ground->library; }
     static BusManager& Bus() { return Library().GetBusManager(); }
     CameraBase& Cam() { return *m_pCamera; }
-    static void Check(const Error& error)
-    {
-        ASSERT_TRUE(error.IsOk()) << error.GetTypeNumber() << " " << error.GetDescription();
-    }
     void SetTimeout(int iTimeoutMs)
     {
         FC2Config config;
@@ -85,17 +82,7 @@ protected:
         config.grabTimeout = iTimeoutMs;
         Check(Cam().SetConfiguration(config));
     }
-    void SetAbsolute(PropertyType eType, float fValue)
-    {
-        Property property;
-        property.type = eType;
-        Check(Cam().GetProperty(property));
-        property.absControl = true;
-        property.onOff = true;
-        property.autoManualMode = false;
-        property.absValue = fValue;
-        Check(Cam().SetProperty(property));
-    }
+    void SetAbsolute(PropertyType eType, float fValue) { vireo::SetAbsolute(Cam(), eType, fValue); }
     Error SetImage(std::uint32_t uiX, std::uint32_t uiY, std::uint32_t uiWidth, std::uint32_t uiHeight)
     {
         if (m_gige)

@@ -70,6 +70,18 @@ public:
     {
         std::lock_guard lock(m_mutex);
         m_calls.clear();
+        m_cancels.clear();
+    }
+    void NoteCancel(int iCamera)
+    {
+        std::lock_guard lock(m_mutex);
+        m_cancels.emplace_back(iCamera, m_calls.size());
+    }
+    /// Every CancelRetrieve: its camera, and how many other calls came before.
+    std::vector<std::pair<int, std::size_t>> Cancels() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_cancels;
     }
     void Fail(const LibraryFault& fault)
     {
@@ -106,6 +118,7 @@ private:
 
     mutable std::mutex m_mutex;
     std::vector<LibraryCall> m_calls;
+    std::vector<std::pair<int, std::size_t>> m_cancels;
     std::vector<ArmedFault> m_faults;
 };
 
@@ -269,7 +282,11 @@ public:
     {
         return Run(Operation::RetrieveBuffer, {}, [&] { return m_inner->RetrieveBuffer(image); });
     }
-    void CancelRetrieve() override { m_inner->CancelRetrieve(); }
+    void CancelRetrieve() override
+    {
+        m_recorder.NoteCancel(m_iCamera);
+        m_inner->CancelRetrieve();
+    }
     StreamStatistics GetStreamStatistics() const override { return m_inner->GetStreamStatistics(); }
 
 protected:
@@ -433,6 +450,7 @@ public:
             arguments.push_back(std::move(call.strArguments));
         return arguments;
     }
+    std::vector<std::pair<int, std::size_t>> Cancels() const { return m_recorder.Cancels(); }
     void Clear() { m_recorder.Clear(); }
     void Fail(const LibraryFault& fault) { m_recorder.Fail(fault); }
     void ClearFaults() { m_recorder.ClearFaults(); }

@@ -76,11 +76,11 @@ DeviceRecord ReadRecord(unsigned int uiIndex)
     record.strId = Text(arv_get_device_id(uiIndex));
     record.bGigE = Text(arv_get_device_protocol(uiIndex)) == "GigEVision";
     record.strAddress = Text(arv_get_device_address(uiIndex));
-    record.strModel = Text(arv_get_device_model(uiIndex));
-    record.strVendor = Text(arv_get_device_vendor(uiIndex));
-    const std::string strSerial = Text(arv_get_device_serial_nbr(uiIndex));
-    record.uiSerial = SerialFromText(strSerial);
-    record.guid.value = { kGuidTag | (record.bGigE ? 1U : 0U), record.uiSerial, Hash(record.strId),
+    record.info.modelName = Text(arv_get_device_model(uiIndex));
+    record.info.vendorName = Text(arv_get_device_vendor(uiIndex));
+    record.info.interfaceType = record.bGigE ? InterfaceType::GigE : InterfaceType::Usb3;
+    record.info.serialNumber = SerialFromText(Text(arv_get_device_serial_nbr(uiIndex)));
+    record.guid.value = { kGuidTag | (record.bGigE ? 1U : 0U), record.info.serialNumber, Hash(record.strId),
         Hash(record.strAddress + Text(arv_get_device_physical_id(uiIndex))) };
     return record;
 }
@@ -111,8 +111,8 @@ std::string DiscoverDevices(const std::string& strInterface, Log& log, std::vect
             if (!record.bGigE || record.strHostAddress.empty())
                 continue;
         }
-        if ((record.uiSerial & 0x80000000U) != 0)
-            log.Write("camera \"" + record.strId + "\" is known as number " + std::to_string(record.uiSerial));
+        if ((record.info.serialNumber & 0x80000000U) != 0)
+            log.Write("camera \"" + record.strId + "\" is known as number " + std::to_string(record.info.serialNumber));
         devices.push_back(std::move(record));
     }
     return {};

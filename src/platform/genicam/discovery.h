@@ -11,16 +11,14 @@ namespace vireo {
 /// One camera that answered.
 struct DeviceRecord {
     PGRGuid guid;
-    std::uint32_t uiSerial = 0;
+    CameraInfo info; ///< what a camera tells before it is opened
     bool bGigE = false; ///< else USB3 Vision
     std::string strId; ///< the driver's name for it
     std::string strAddress; ///< IPv4 address of a GigE camera
     std::string strHostAddress; ///< address of the chosen network interface; empty = the driver decides
-    std::string strModel;
-    std::string strVendor;
 
     /// How messages call it: "camera 15000001".
-    std::string Name() const { return "camera " + std::to_string(uiSerial); }
+    std::string Name() const { return "camera " + std::to_string(info.serialNumber); }
 };
 
 /// Asks all buses who is there; takes about a second. With `strInterface`, the name or an address of a

@@ -15,7 +15,6 @@ constexpr std::uint32_t kMaxBuffers = 4096;
 constexpr ClockTime kPinsEvery = 20 * kNsPerMs; ///< a level is asked for over the network, not per frame
 constexpr ClockTime kLook = kNsPerSecond / 2; ///< how often a waiting grab thread looks at the camera
 constexpr ClockTime kSilence = kNsPerSecond; ///< without a frame, before the camera is asked
-constexpr ClockTime kLeastPatience = kNsPerSecond / 2; ///< for a camera that owes an answer already
 constexpr std::uint32_t kDomainTag = 0x47000000;
 
 /// Every camera has its own clock; the number only has to differ.
@@ -65,7 +64,7 @@ Error DeviceSession::Do(const Job& job, ClockTime limit)
     if (m_link->IsGone())
         return Gone();
     const std::optional<Error> result =
-        m_worker.Call([device = m_device, job] { return job(*device); }, Patience(limit));
+        m_worker.Call([device = m_device, job] { return job(*device); }, m_question->Patience(m_clock.Now(), limit));
     if (!result) {
         m_link->SetGone("it does not answer");
         return Gone();
@@ -75,26 +74,12 @@ Error DeviceSession::Do(const Job& job, ClockTime limit)
     return *result;
 }
 
-/// A camera that owes the grab thread an answer gets no time beyond that: where several died together, a stop would
-/// add up their limits.
-ClockTime DeviceSession::Patience(ClockTime limit) const
-{
-    const ClockTime askedAt = m_askedAt;
-    if (askedAt == 0 || *m_answered)
-        return limit;
-    return std::clamp<ClockTime>(askedAt + kAnswerLimit - m_clock.Now(), kLeastPatience, limit);
-}
-
 void DeviceSession::Later(const Job& job)
 {
     m_worker.Post([device = m_device, job] { (void)job(*device); });
 }
 
-void DeviceSession::Heard(ClockTime now)
-{
-    m_heardAt = now;
-    m_askedAt = 0;
-}
+void DeviceSession::Heard(ClockTime now) { m_heardAt = now; }
 
 void DeviceSession::Watch(ClockTime now)
 {
@@ -102,23 +87,20 @@ void DeviceSession::Watch(ClockTime now)
         Heard(now);
     if (m_link->IsGone() || now - m_heardAt < kSilence)
         return;
-    const ClockTime askedAt = m_askedAt;
-    if (askedAt == 0)
-        Ask(now);
-    else if (now - askedAt >= kAnswerLimit)
+    if (m_question->IsOverdue(now))
         m_link->SetGone("it does not answer");
+    else
+        Ask(now);
 }
 
 void DeviceSession::Ask(ClockTime now)
 {
-    if (m_answered->exchange(false))
-        m_askedAt = 0;
-    ClockTime none = 0;
-    if (m_link->IsGone() || !m_askedAt.compare_exchange_strong(none, now))
+    if (m_link->IsGone() || !m_question->Begin(now))
         return;
-    Later([answered = m_answered](OpenDevice& device) {
+    Later([question = m_question, answered = m_answered](OpenDevice& device) {
         const Error error = AskWhetherThere(device);
         *answered = !device.link->IsGone();
+        question->Answer();
         return error;
     });
 }
@@ -410,8 +392,7 @@ void GenicamDevice::CancelRetrieve()
         return;
     session->Link()->Cancel();
     // All cameras are cancelled before the first is stopped: those that are dead are waited for side by side.
-    if (session->Run())
-        session->Ask(m_clock.Now());
+    session->Ask(m_clock.Now());
 }
 
 StreamStatistics GenicamDevice::GetStreamStatistics() const

@@ -1,12 +1,13 @@
 #pragma once
 #include "platform/camera_library.h"
 #include "platform/clock.h"
+#include "platform/device/device_worker.h"
+#include "platform/device/open_question.h"
+#include "platform/device/shared_grace.h"
 #include "platform/failure_notes.h"
 #include "platform/genicam/device_link.h"
-#include "platform/genicam/device_worker.h"
 #include "platform/genicam/discovery.h"
 #include "platform/genicam/open_device.h"
-#include "platform/genicam/shared_grace.h"
 #include "platform/genicam/stream_run.h"
 #include "platform/log.h"
 
@@ -29,7 +30,7 @@ public:
 
     using Job = std::function<Error(OpenDevice&)>;
     /// Runs `job` on the device's thread. Disconnected when the camera is gone or does not answer in time.
-    Error Do(const Job& job, ClockTime limit = kAnswerLimit);
+    Error Do(const Job& job, ClockTime limit = OpenQuestion::kAnswerLimit);
     /// Runs `job` some time later; its result is of no interest.
     void Later(const Job& job);
     Error Gone() const;
@@ -42,7 +43,6 @@ public:
     /// Any thread.
     void Ask(ClockTime now);
 
-    static constexpr ClockTime kAnswerLimit = 2 * kNsPerSecond;
     static constexpr ClockTime kOpenLimit = 10 * kNsPerSecond; ///< a camera sends its whole description first
 
     const std::shared_ptr<DeviceLink>& Link() const { return m_link; }
@@ -66,8 +66,6 @@ public:
     CameraInfo m_info; ///< written once, before anybody else knows the session
 
 private:
-    ClockTime Patience(ClockTime limit) const;
-
     Clock& m_clock;
     std::string m_strName;
     std::shared_ptr<SharedGrace> m_grace;
@@ -77,8 +75,8 @@ private:
     std::shared_ptr<StreamRun> m_run;
     std::shared_ptr<OpenDevice> m_device;
     ClockTime m_heardAt = 0;
-    std::atomic<ClockTime> m_askedAt = 0; ///< 0: no question is open
-    std::shared_ptr<std::atomic<bool>> m_answered = std::make_shared<std::atomic<bool>>(false);
+    std::shared_ptr<OpenQuestion> m_question = std::make_shared<OpenQuestion>();
+    std::shared_ptr<std::atomic<bool>> m_answered = std::make_shared<std::atomic<bool>>(false); ///< since Watch looked
     DeviceWorker m_worker;
 };
 

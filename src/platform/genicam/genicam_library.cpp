@@ -1,9 +1,9 @@
 #include "platform/genicam/genicam_library.h"
 
+#include "platform/device/found_cameras.h"
 #include "platform/genicam/discovery.h"
 #include "platform/genicam/genicam_cameras.h"
 
-#include <algorithm>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -77,11 +77,10 @@ Error GenicamLibrary::Refresh()
 bool GenicamLibrary::Find(const PGRGuid& guid, DeviceRecord& record) const
 {
     std::lock_guard lock(m_csDevices);
-    const auto found = std::find_if(
-        m_devices.begin(), m_devices.end(), [&](const DeviceRecord& device) { return device.guid == guid; });
-    if (found == m_devices.end())
+    const DeviceRecord* pFound = FindByGuid(m_devices, guid);
+    if (pFound == nullptr)
         return false;
-    record = *found;
+    record = *pFound;
     return true;
 }
 
@@ -90,16 +89,7 @@ std::vector<CameraInfo> GenicamLibrary::ListCameras()
     if (!m_bListed && Refresh().IsOk())
         m_listedAt = m_clock.Now();
     std::lock_guard lock(m_csDevices);
-    std::vector<CameraInfo> cameras;
-    for (const DeviceRecord& device : m_devices) {
-        CameraInfo info;
-        info.serialNumber = device.uiSerial;
-        info.interfaceType = device.bGigE ? InterfaceType::GigE : InterfaceType::Usb3;
-        info.modelName = device.strModel;
-        info.vendorName = device.strVendor;
-        cameras.push_back(std::move(info));
-    }
-    return cameras;
+    return InfosOf(m_devices);
 }
 
 Error GenicamLibrary::GetNumOfCameras(unsigned int& uiCount)
@@ -118,30 +108,16 @@ Error GenicamLibrary::GetCameraSerialNumberFromIndex(unsigned int uiIndex, unsig
     std::lock_guard lock(m_csDevices);
     if (uiIndex >= m_devices.size())
         return ErrorType::NotFound;
-    uiSerialNumber = m_devices[uiIndex].uiSerial;
+    uiSerialNumber = m_devices[uiIndex].info.serialNumber;
     return {};
 }
 
-/// Two cameras with one number cannot be told apart, and neither is taken for the other.
 Error GenicamLibrary::GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRGuid& guid)
 {
     std::lock_guard lock(m_csDevices);
-    const DeviceRecord* pFound = nullptr;
-    for (const DeviceRecord& device : m_devices) {
-        if (device.uiSerial != uiSerialNumber)
-            continue;
-        if (pFound != nullptr) {
-            const std::string strText = "two cameras have the serial number " + std::to_string(uiSerialNumber) + ": "
-                + pFound->strId + " at " + pFound->strAddress + " and " + device.strId + " at " + device.strAddress;
-            m_log.Write(strText);
-            return { ErrorType::InvalidParameter, strText };
-        }
-        pFound = &device;
-    }
-    if (pFound == nullptr)
-        return { ErrorType::NotFound, "no camera " + std::to_string(uiSerialNumber) };
-    guid = pFound->guid;
-    return {};
+    return FindGuidBySerial(
+        m_devices, uiSerialNumber, m_log,
+        [](const DeviceRecord& device) { return device.strId + " at " + device.strAddress; }, guid);
 }
 
 Error GenicamLibrary::GetInterfaceTypeFromGuid(const PGRGuid& guid, InterfaceType& eInterface)
@@ -149,7 +125,7 @@ Error GenicamLibrary::GetInterfaceTypeFromGuid(const PGRGuid& guid, InterfaceTyp
     DeviceRecord record;
     if (!Find(guid, record))
         return ErrorType::NotFound;
-    eInterface = record.bGigE ? InterfaceType::GigE : InterfaceType::Usb3;
+    eInterface = record.info.interfaceType;
     return {};
 }
 
@@ -178,25 +154,9 @@ GenicamDevice* DeviceOf(CameraBase* pCamera)
     return nullptr;
 }
 
-/// Makes every stream ready first, so that nothing but one command lies between the first camera's
-/// start and the last one's.
 Error GenicamLibrary::StartSyncCapture(std::span<CameraBase* const> cameras)
 {
-    std::vector<GenicamDevice*> devices;
-    Error error;
-    for (CameraBase* pCamera : cameras) {
-        GenicamDevice* pDevice = DeviceOf(pCamera);
-        error = pDevice != nullptr ? pDevice->PrepareCapture() : Error(ErrorType::InvalidParameter);
-        if (!error.IsOk())
-            break;
-        devices.push_back(pDevice);
-    }
-    for (std::size_t i = 0; i < devices.size() && error.IsOk(); i++)
-        error = devices[i]->BeginCapture();
-    if (!error.IsOk())
-        for (GenicamDevice* pDevice : devices)
-            (void)pDevice->StopCapture();
-    return error;
+    return StartTogether(cameras, DeviceOf);
 }
 
 } // namespace

@@ -51,10 +51,7 @@ void ReadInfo(OpenDevice& device, const DeviceRecord& record)
 {
     Features& features = *device.features;
     CameraInfo& info = device.info;
-    info.serialNumber = record.uiSerial;
-    info.interfaceType = record.bGigE ? InterfaceType::GigE : InterfaceType::Usb3;
-    info.modelName = record.strModel;
-    info.vendorName = record.strVendor;
+    info = record.info;
     for (const std::string& strFormat : features.Choices(Feature::PixelFormat))
         if (strFormat.starts_with("Bayer") || strFormat.starts_with("RGB") || strFormat.starts_with("BGR"))
             info.isColorCamera = true;

@@ -2,8 +2,7 @@
 #include "platform/camera_library.h"
 #include "platform/clock.h"
 #include "platform/failure_notes.h"
-#include "platform/iidc/iidc_capture.h"
-#include "platform/iidc/iidc_device.h"
+#include "platform/iidc/iidc_session.h"
 
 #include <atomic>
 #include <functional>
@@ -15,9 +14,9 @@ namespace vireo {
 /// An IIDC camera. Threads as CameraBase.
 class IidcCamera final : public Camera {
 public:
-    /// Opens the camera behind a guid; `record` says who it is.
-    using OpenCamera = std::function<Error(const PGRGuid& guid, Dc1394Camera& camera, IidcRecord& record)>;
-    IidcCamera(Clock& clock, Log& log, OpenCamera openCamera);
+    /// The camera behind a guid, and the driver that reaches it; false when there is none.
+    using FindRecord = std::function<bool(const PGRGuid& guid, IidcRecord& record, Dc1394Context& context)>;
+    IidcCamera(Clock& clock, Log& log, FindRecord findRecord, std::shared_ptr<SharedGrace> grace);
     ~IidcCamera() override;
 
     Error Connect(const PGRGuid& guid) override;
@@ -39,7 +38,7 @@ public:
     Error StartCapture() override;
     Error StopCapture() override;
     Error RetrieveBuffer(Image& image) override;
-    void CancelRetrieve() override { m_capture.Cancel(); }
+    void CancelRetrieve() override;
     StreamStatistics GetStreamStatistics() const override;
     Error SetVideoModeAndFrameRate(VideoMode eMode, FrameRateCode eRate) override;
     Error GetFormat7Info(Format7Info& info, bool& bSupported) override;
@@ -52,27 +51,29 @@ public:
     Error BeginCapture();
 
 private:
-    /// Runs `job` on the open device, alone.
-    template <typename Job> Error Do(Job job)
+    std::shared_ptr<IidcSession> Session() const;
+    /// Runs `job` on the camera's thread. What it captures by reference must not be the caller's: it may still run when
+    /// the caller has given up.
+    Error Do(const std::function<Error(IidcDevice&)>& job);
+    /// The same for a call that fills a record: `value` goes in, and comes back only on success.
+    template <typename T> Error Fill(T& value, Error (*pRead)(IidcDevice&, T&))
     {
-        std::lock_guard lock(m_csDevice);
-        if (!m_device)
-            return ErrorType::NotConnected;
-        return m_notes.Note(m_device->IsGone() ? m_device->Gone() : job(*m_device));
+        auto copy = std::make_shared<T>(value);
+        Error error = Do([copy, pRead](IidcDevice& device) { return pRead(device, *copy); });
+        if (error.IsOk())
+            value = *copy;
+        return error;
     }
-    Error StopLocked();
-    bool Answers(IidcDevice& device);
 
     Clock& m_clock;
     FailureNotes m_notes;
-    OpenCamera m_openCamera;
-    std::mutex m_csRetrieve; ///< held by the grab thread while it fetches a frame; before m_csDevice
-    mutable std::mutex m_csDevice;
-    std::unique_ptr<IidcDevice> m_device; ///< null: not connected
-    CameraInfo m_info;
-    FC2Config m_config;
+    FindRecord m_findRecord;
+    std::shared_ptr<SharedGrace> m_grace;
+    std::mutex m_csRetrieve; ///< held by the grab thread while it fetches a frame
+    mutable std::mutex m_csSession;
+    std::shared_ptr<IidcSession> m_session; ///< null: not connected
+    FC2Config m_config; ///< guarded by m_csSession
     IidcCapture::Manner m_manner; ///< what of it a fetch follows
-    IidcCapture m_capture;
     std::atomic<bool> m_bCapturing = false;
 };
 

@@ -44,7 +44,6 @@ public:
     const ImageView& Shape() const { return m_shape; }
     ClockTime Arrival() const { return m_arrival; }
     std::uint64_t Incomplete() const { return m_uiIncomplete; }
-    void ResetCounters() { m_uiIncomplete = 0; }
 
 private:
     Found Wait(int iFrames, ClockTime deadline);

@@ -27,6 +27,7 @@ public:
 
     dc1394camera_t* Get() const { return m_camera.get(); }
     bool IsGone() const { return m_bGone; }
+    void SetGone() { m_bGone = true; } ///< any thread; final
     Error Gone() const { return Fail(ErrorType::Disconnected, "it does not answer"); }
 
     /// The type that stands for a driver's code. A failure makes this look whether the camera is still

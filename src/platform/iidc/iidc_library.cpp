@@ -1,5 +1,6 @@
 #include "platform/iidc/iidc_library.h"
 
+#include "platform/device/found_cameras.h"
 #include "platform/iidc/iidc_camera.h"
 
 #include <algorithm>
@@ -23,20 +24,6 @@ std::string GuidText(std::uint64_t uiGuid)
     char szText[17] = {};
     std::snprintf(szText, sizeof szText, "%016llx", static_cast<unsigned long long>(uiGuid));
     return szText;
-}
-
-/// Everybody may use the registers of a camera on a USB cable, but one program alone has its frames. The driver
-/// asks for them with a capture only; that would be after the other program's settings were overwritten.
-bool IsTaken(dc1394camera_t* pCamera)
-{
-    const char* strRoad = nullptr;
-    dc1394_camera_get_platform_string(pCamera, &strRoad);
-    if (strRoad == nullptr || std::string_view(strRoad) != "usb")
-        return false;
-    const dc1394error_t eCode = dc1394_capture_setup(pCamera, 1, DC1394_CAPTURE_FLAGS_DEFAULT);
-    if (eCode == DC1394_SUCCESS)
-        dc1394_capture_stop(pCamera);
-    return eCode == DC1394_FAILURE;
 }
 
 /// What the driver has to say goes where everything goes.
@@ -70,12 +57,11 @@ public:
 
 private:
     void Refresh();
-    const IidcRecord* Find(const PGRGuid& guid) const;
     bool Identify(const dc1394camera_id_t& id, IidcRecord& record);
-    Error Open(const PGRGuid& guid, Dc1394Camera& camera, IidcRecord& record) const;
 
     Clock& m_clock;
     Log& m_log;
+    std::shared_ptr<SharedGrace> m_grace = std::make_shared<SharedGrace>();
     Dc1394Context m_context;
     std::vector<IidcRecord> m_cameras;
     bool m_bListed = false;
@@ -106,7 +92,10 @@ void IidcLibrary::Refresh()
 {
     m_bListed = true;
     if (!m_context)
-        m_context.reset(dc1394_new());
+        m_context = Dc1394Context(dc1394_new(), [](dc1394_t* pContext) {
+            if (pContext != nullptr)
+                dc1394_free(pContext);
+        });
     dc1394camera_list_t* pList = nullptr;
     if (!m_context || dc1394_camera_enumerate(m_context.get(), &pList) != DC1394_SUCCESS) {
         m_cameras.clear(); // no such bus here
@@ -125,21 +114,11 @@ void IidcLibrary::Refresh()
     m_cameras = std::move(found);
 }
 
-const IidcRecord* IidcLibrary::Find(const PGRGuid& guid) const
-{
-    const auto found =
-        std::find_if(m_cameras.begin(), m_cameras.end(), [&](const IidcRecord& camera) { return camera.guid == guid; });
-    return found != m_cameras.end() ? &*found : nullptr;
-}
-
 std::vector<CameraInfo> IidcLibrary::ListCameras()
 {
     if (!m_bListed)
         Refresh();
-    std::vector<CameraInfo> cameras;
-    for (const IidcRecord& camera : m_cameras)
-        cameras.push_back(camera.info);
-    return cameras;
+    return InfosOf(m_cameras);
 }
 
 Error IidcLibrary::GetNumOfCameras(unsigned int& uiCount)
@@ -159,76 +138,39 @@ Error IidcLibrary::GetCameraSerialNumberFromIndex(unsigned int uiIndex, unsigned
 
 Error IidcLibrary::GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRGuid& guid)
 {
-    const IidcRecord* pFound = nullptr;
-    for (const IidcRecord& camera : m_cameras) {
-        if (camera.info.serialNumber != uiSerialNumber)
-            continue;
-        if (pFound != nullptr) {
-            const std::string strText = "two cameras have the serial number " + std::to_string(uiSerialNumber);
-            m_log.Write(strText);
-            return { ErrorType::InvalidParameter, strText };
-        }
-        pFound = &camera;
-    }
-    if (pFound == nullptr)
-        return { ErrorType::NotFound, "no camera " + std::to_string(uiSerialNumber) };
-    guid = pFound->guid;
-    return {};
+    return FindGuidBySerial(
+        m_cameras, uiSerialNumber, m_log,
+        [](const IidcRecord& camera) { return camera.info.modelName + " (" + GuidText(camera.uiDc1394Guid) + ")"; },
+        guid);
 }
 
 Error IidcLibrary::GetInterfaceTypeFromGuid(const PGRGuid& guid, InterfaceType& eInterface)
 {
-    const IidcRecord* pCamera = Find(guid);
+    const IidcRecord* pCamera = FindByGuid(m_cameras, guid);
     if (pCamera == nullptr)
         return ErrorType::NotFound;
     eInterface = pCamera->info.interfaceType;
     return {};
 }
 
-Error IidcLibrary::Open(const PGRGuid& guid, Dc1394Camera& camera, IidcRecord& record) const
-{
-    const IidcRecord* pKnown = Find(guid);
-    if (pKnown == nullptr)
-        return ErrorType::NotFound;
-    record = *pKnown;
-    camera.reset(dc1394_camera_new_unit(m_context.get(), record.uiDc1394Guid, record.uiUnit));
-    const std::string strName = "camera " + std::to_string(record.info.serialNumber);
-    if (!camera)
-        return { ErrorType::NotFound, strName + ": cannot be opened" };
-    if (!IsTaken(camera.get()))
-        return {};
-    camera.reset();
-    return { ErrorType::AccessDenied, strName + ": another program controls it" };
-}
-
 std::unique_ptr<Camera> IidcLibrary::CreateCamera(const PGRGuid& guid)
 {
-    if (Find(guid) == nullptr)
+    if (FindByGuid(m_cameras, guid) == nullptr)
         return nullptr;
-    return std::make_unique<IidcCamera>(
-        m_clock, m_log, [this](const PGRGuid& wanted, Dc1394Camera& camera, IidcRecord& record) {
-            return Open(wanted, camera, record);
-        });
+    const auto find = [this](const PGRGuid& wanted, IidcRecord& record, Dc1394Context& context) {
+        const IidcRecord* pFound = FindByGuid(m_cameras, wanted);
+        if (pFound == nullptr)
+            return false;
+        record = *pFound;
+        context = m_context;
+        return true;
+    };
+    return std::make_unique<IidcCamera>(m_clock, m_log, find, m_grace);
 }
 
-/// Every ring is ready before the first camera begins to send.
 Error IidcLibrary::StartSyncCapture(std::span<CameraBase* const> cameras)
 {
-    std::vector<IidcCamera*> prepared;
-    Error error;
-    for (CameraBase* pCamera : cameras) {
-        auto* pOwn = dynamic_cast<IidcCamera*>(pCamera);
-        error = pOwn != nullptr ? pOwn->PrepareCapture() : Error(ErrorType::InvalidParameter);
-        if (!error.IsOk())
-            break;
-        prepared.push_back(pOwn);
-    }
-    for (std::size_t i = 0; i < prepared.size() && error.IsOk(); i++)
-        error = prepared[i]->BeginCapture();
-    if (!error.IsOk())
-        for (IidcCamera* pCamera : prepared)
-            (void)pCamera->StopCapture();
-    return error;
+    return StartTogether(cameras, [](CameraBase* pCamera) { return dynamic_cast<IidcCamera*>(pCamera); });
 }
 
 } // namespace

@@ -24,7 +24,8 @@ std::uint32_t CycleTime(std::int64_t time)
 class IidcUsbDevice final : public UsbDevice {
 public:
     explicit IidcUsbDevice(const UsbCameraSetup& setup)
-        : m_registers(setup.strModel, setup.uiSerial)
+        : m_setup(setup)
+        , m_registers(setup.strModel, setup.uiSerial)
     {
         m_endpoint.bEndpointAddress = kStreamIn;
         m_alternative.bNumEndpoints = 1;
@@ -88,6 +89,14 @@ public:
         }
     }
 
+protected:
+    void PowerUp() override
+    {
+        std::lock_guard lock(m_mutex);
+        m_registers = IidcRegisters(m_setup.strModel, m_setup.uiSerial);
+        m_uiRun = 0;
+    }
+
 private:
     int SendFrame(std::uint8_t* pData, int iLength)
     {
@@ -109,6 +118,7 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
+    UsbCameraSetup m_setup;
     IidcRegisters m_registers;
     Scenery m_scenery;
     std::uint64_t m_uiRun = 0;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <thread>
 #include <vector>
 
 // Loaded in front of libusb by a test: the cable and what hangs on it are software. TESSEL_USB_CAMERAS
@@ -24,6 +25,8 @@ struct libusb_context {
 
 struct libusb_device_handle {
     libusb_device* pDevice = nullptr;
+    unsigned int uiPlugs = 0; ///< of the device when it was opened
+    bool IsDead() const { return pDevice->pDevice->IsGone() || pDevice->pDevice->Plugs() != uiPlugs; }
 };
 
 namespace vireo::peers {
@@ -130,6 +133,15 @@ void Finish(libusb_transfer* pTransfer, libusb_transfer_status eStatus, int iByt
     pTransfer->callback(pTransfer);
 }
 
+int MoveBulk(
+    UsbDevice& device, std::uint8_t uiEndpoint, std::uint8_t* pData, int iLength, std::int64_t deadline, int& iMoved)
+{
+    if (!device.IsHung())
+        return device.Bulk(uiEndpoint, pData, iLength, deadline, iMoved);
+    std::this_thread::sleep_for(std::chrono::nanoseconds(std::max<std::int64_t>(deadline - UsbNow(), 0)));
+    return LIBUSB_ERROR_TIMEOUT;
+}
+
 /// Completes one transfer, or waits until `deadline`.
 bool ServeOne(const libusb_context* pContext, std::int64_t deadline)
 {
@@ -148,8 +160,10 @@ bool ServeOne(const libusb_context* pContext, std::int64_t deadline)
     }
     int iMoved = 0;
     UsbDevice& device = *pTransfer->dev_handle->pDevice->pDevice;
-    const int iResult = device.Bulk(
-        pTransfer->endpoint, pTransfer->buffer, pTransfer->length, std::min(deadline, UsbNow() + 2'000'000), iMoved);
+    const std::int64_t soon = std::min(deadline, UsbNow() + 2'000'000);
+    const int iResult = pTransfer->dev_handle->IsDead()
+        ? LIBUSB_ERROR_NO_DEVICE
+        : MoveBulk(device, pTransfer->endpoint, pTransfer->buffer, pTransfer->length, soon, iMoved);
     if (iResult == LIBUSB_ERROR_TIMEOUT) {
         GiveBack(pTransfer);
         return false;
@@ -169,6 +183,8 @@ extern "C" {
 void TesselUsbPlug(unsigned int uiCamera, int iIn) { Plugged().at(uiCamera)->SetPlugged(iIn != 0); }
 void TesselUsbTear(unsigned int uiCamera, int iFrames) { Plugged().at(uiCamera)->Tear(iFrames); }
 void TesselUsbClaim(unsigned int uiCamera, int iElsewhere) { Plugged().at(uiCamera)->SetClaimed(iElsewhere != 0); }
+
+void TesselUsbHang(unsigned int uiCamera, int iHung) { Plugged().at(uiCamera)->SetHung(iHung != 0); }
 
 int libusb_init(libusb_context** ppContext)
 {
@@ -208,7 +224,7 @@ int libusb_open(libusb_device* pDevice, libusb_device_handle** ppHandle)
 {
     if (pDevice->pDevice->IsGone())
         return LIBUSB_ERROR_NO_DEVICE;
-    *ppHandle = new libusb_device_handle { pDevice };
+    *ppHandle = new libusb_device_handle { pDevice, pDevice->pDevice->Plugs() };
     return 0;
 }
 
@@ -269,7 +285,8 @@ int libusb_control_transfer(libusb_device_handle* pHandle, std::uint8_t uiType, 
     std::uint16_t uiIndex, unsigned char* pData, std::uint16_t uiLength, unsigned int)
 {
     UsbDevice& device = *pHandle->pDevice->pDevice;
-    if (device.IsGone())
+    device.WaitWhileHung();
+    if (pHandle->IsDead())
         return LIBUSB_ERROR_NO_DEVICE;
     return device.Control(uiType, static_cast<std::uint32_t>(uiIndex) << 16 | uiValue, pData, uiLength);
 }
@@ -279,7 +296,9 @@ int libusb_bulk_transfer(libusb_device_handle* pHandle, unsigned char uiEndpoint
 {
     const std::int64_t wait = uiTimeoutMs == 0 ? 1'000'000'000 : std::int64_t { uiTimeoutMs } * 1'000'000;
     *piMoved = 0;
-    return pHandle->pDevice->pDevice->Bulk(uiEndpoint, pData, iLength, UsbNow() + wait, *piMoved);
+    return pHandle->IsDead()
+        ? LIBUSB_ERROR_NO_DEVICE
+        : MoveBulk(*pHandle->pDevice->pDevice, uiEndpoint, pData, iLength, UsbNow() + wait, *piMoved);
 }
 
 libusb_transfer* libusb_alloc_transfer(int)
@@ -300,7 +319,7 @@ void libusb_free_transfer(libusb_transfer* pTransfer)
 
 int libusb_submit_transfer(libusb_transfer* pTransfer)
 {
-    if (pTransfer->dev_handle->pDevice->pDevice->IsGone())
+    if (pTransfer->dev_handle->IsDead())
         return LIBUSB_ERROR_NO_DEVICE;
     Submitted& pending = Pending();
     std::lock_guard lock(pending.mutex);

@@ -112,6 +112,17 @@ public:
     int Control(std::uint8_t, std::uint32_t, std::uint8_t*, std::uint16_t) override { return 0; }
     int Bulk(std::uint8_t uiEndpoint, std::uint8_t* pData, int iLength, std::int64_t deadline, int& iMoved) override;
 
+protected:
+    void PowerUp() override
+    {
+        std::lock_guard lock(m_mutex);
+        m_camera = SoftCamera({ m_setup.strModel, m_setup.uiSerial, Dialect::Modern });
+        Put<std::uint32_t>(m_streamTable, kStreamControl, 0);
+        m_answer.clear();
+        m_uiRun = 0;
+        m_ePart = Part::Wait;
+    }
+
 private:
     enum class Part { Wait, Pixels, Trailer };
     void InitTables();

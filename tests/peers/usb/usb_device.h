@@ -32,13 +32,32 @@ public:
     virtual int Bulk(std::uint8_t uiEndpoint, std::uint8_t* pData, int iLength, std::int64_t deadline, int& iMoved) = 0;
 
     // What a test does to the cable.
-    void SetPlugged(bool bPlugged) { m_bGone = !bPlugged; }
+    void SetPlugged(bool bPlugged)
+    {
+        if (bPlugged && m_bGone) {
+            m_uiPlugs++;
+            PowerUp();
+        }
+        m_bGone = !bPlugged;
+    }
+    /// Grows with each plugging: what was opened before is of no use any more.
+    unsigned int Plugs() const { return m_uiPlugs; }
+    /// It holds on to every request, as a device does whose inside has stopped.
+    void SetHung(bool bHung)
+    {
+        m_bHung = bHung;
+        m_bHung.notify_all();
+    }
+    bool IsHung() const { return m_bHung; }
+    void WaitWhileHung() const { m_bHung.wait(true); }
     void Tear(int iFrames) { m_iTear = iFrames; }
     void SetClaimed(bool bClaimed) { m_bClaimed = bClaimed; }
     bool IsClaimed() const { return m_bClaimed; }
     bool IsGone() const { return m_bGone; }
 
 protected:
+    /// The cable is its power: it knows nothing of before.
+    virtual void PowerUp() = 0;
     bool TakeTear()
     {
         int iLeft = m_iTear;
@@ -48,6 +67,8 @@ protected:
 
 private:
     std::atomic<bool> m_bGone = false;
+    std::atomic<unsigned int> m_uiPlugs = 0;
+    std::atomic<bool> m_bHung = false;
     std::atomic<bool> m_bClaimed = false; ///< by another program
     std::atomic<int> m_iTear = 0; ///< frames that are to come in pieces
 };

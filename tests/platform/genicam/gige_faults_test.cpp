@@ -50,16 +50,6 @@ protected:
         Check(camera->StartCapture());
         return camera;
     }
-    /// Fetches until something else than a frame comes.
-    static Error FetchToTheEnd(CameraBase& camera)
-    {
-        Error error;
-        while (error.IsOk() || error == ErrorType::Timeout) {
-            Image image;
-            error = camera.RetrieveBuffer(image);
-        }
-        return error;
-    }
 };
 
 TEST_F(GigeFaultsTest, ALostPacketIsAskedForAgain)
@@ -278,6 +268,28 @@ TEST_F(GigeFaultsTest, FourCamerasThatDieWhileIdleAreClosedWithoutHoldingAnybody
     auto rest = std::async(std::launch::async, [&] {
         for (const auto& camera : cameras)
             EXPECT_TRUE(camera->Disconnect().IsOk());
+    });
+    EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
+    rest.wait();
+}
+
+TEST_F(GigeFaultsTest, FourCamerasThatDiedWhileIdleAreGivenUpSideBySide)
+{
+    StartPeer({ "--count", "4" });
+    MakeLibrary();
+    std::vector<std::unique_ptr<GigECamera>> cameras;
+    for (unsigned int i = 0; i < 4; i++) {
+        cameras.push_back(Open(15000001 + i));
+        ASSERT_NE(cameras.back(), nullptr);
+    }
+    m_peer->Kill();
+    auto rest = std::async(std::launch::async, [&] { // as a start that failed puts the cameras back
+        for (const auto& camera : cameras)
+            camera->CancelRetrieve();
+        for (const auto& camera : cameras) {
+            TriggerMode trigger;
+            EXPECT_EQ(camera->GetTriggerMode(trigger), ErrorType::Disconnected);
+        }
     });
     EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
     rest.wait();

@@ -1,4 +1,5 @@
 #pragma once
+#include "camera_calls.h"
 #include "peers/network_test.h"
 #include "peers/peer_process.h"
 #include "platform/genicam/genicam_library.h"
@@ -45,12 +46,7 @@ protected:
     static void Configure(
         GigECamera& camera, std::uint32_t uiWidth, std::uint32_t uiHeight, float fFps, int iTimeoutMs = 2000)
     {
-        FC2Config config;
-        ASSERT_TRUE(camera.GetConfiguration(config).IsOk());
-        config.grabMode = GrabMode::BufferFrames;
-        config.grabTimeout = iTimeoutMs;
-        ASSERT_TRUE(camera.SetConfiguration(config).IsOk());
-        ASSERT_TRUE(camera.WriteRegister(0x12F8, 0x80000101).IsOk());
+        PrepareFetching(camera, iTimeoutMs);
         SetAbsolute(camera, PropertyType::FrameRate, fFps);
         std::uint32_t uiPacket = 9000;
         Check(camera.DiscoverGigEPacketSize(uiPacket));
@@ -61,22 +57,6 @@ protected:
         Check(camera.SetGigEImageSettings({ 0, 0, uiWidth, uiHeight, PixelFormat::Raw8 }));
         SetAbsolute(camera, PropertyType::Shutter, 1.0F);
     }
-    static void Check(const Error& error)
-    {
-        ASSERT_TRUE(error.IsOk()) << error.GetTypeNumber() << " " << error.GetDescription();
-    }
-    static void SetAbsolute(CameraBase& camera, PropertyType eType, float fValue)
-    {
-        Property property;
-        property.type = eType;
-        Check(camera.GetProperty(property));
-        property.absControl = true;
-        property.onOff = true;
-        property.autoManualMode = false;
-        property.absValue = fValue;
-        Check(camera.SetProperty(property));
-    }
-
     RealClock m_clock;
     test::RecordedLog m_log;
     std::unique_ptr<peers::PeerProcess> m_peer;

@@ -1,8 +1,5 @@
-#include "peers/network_test.h"
 #include "platform/genicam/genicam_library.h"
-#include "platform/time/real_clock.h"
-#include "support/bar_code.h"
-#include "support/recorded_log.h"
+#include "usb_fixture.h"
 
 namespace vireo {
 
@@ -11,58 +8,12 @@ namespace {
 constexpr unsigned int kSerial = 17000001;
 
 /// The USB3 Vision camera on the software USB cable.
-class UsbCameraTest : public peers::NetworkTest {
+class UsbCameraTest : public UsbTest {
 protected:
-    void SetUp() override
+    UsbCameraTest()
+        : UsbTest([](Clock& clock, Log& log) { return MakeGenicamLibrary(clock, log, {}); }, 0, kSerial)
     {
-        NetworkTest::SetUp();
-        peers::PlugUsb(0, true);
     }
-    std::unique_ptr<Camera> Open()
-    {
-        unsigned int uiCount = 0;
-        EXPECT_TRUE(m_library->GetBusManager().GetNumOfCameras(uiCount).IsOk());
-        PGRGuid guid;
-        EXPECT_TRUE(m_library->GetBusManager().GetCameraFromSerialNumber(kSerial, guid).IsOk());
-        auto camera = m_library->CreateCamera(guid);
-        EXPECT_TRUE(camera && camera->Connect(guid).IsOk());
-        return camera;
-    }
-    static void Check(const Error& error)
-    {
-        ASSERT_TRUE(error.IsOk()) << error.GetTypeNumber() << " " << error.GetDescription();
-    }
-    static void SetAbsolute(CameraBase& camera, PropertyType eType, float fValue)
-    {
-        Property property;
-        property.type = eType;
-        Check(camera.GetProperty(property));
-        property.absControl = true;
-        property.autoManualMode = false;
-        property.absValue = fValue;
-        Check(camera.SetProperty(property));
-    }
-    static void Configure(Camera& camera, float fFps)
-    {
-        FC2Config config;
-        Check(camera.GetConfiguration(config));
-        config.grabMode = GrabMode::BufferFrames;
-        config.grabTimeout = 2000;
-        Check(camera.SetConfiguration(config));
-        Check(camera.WriteRegister(0x12F8, 0x80000101));
-        SetAbsolute(camera, PropertyType::FrameRate, fFps);
-        const Format7ImageSettings settings { 0, 640, 360, 640, 480, PixelFormat::Raw8 };
-        bool bValid = false;
-        Format7PacketInfo packet;
-        Check(camera.ValidateFormat7Settings(settings, bValid, packet));
-        ASSERT_TRUE(bValid);
-        Check(camera.SetFormat7Configuration(settings, packet.maxBytesPerPacket));
-        SetAbsolute(camera, PropertyType::Shutter, 1.0F);
-    }
-
-    RealClock m_clock;
-    test::RecordedLog m_log;
-    std::unique_ptr<CameraLibrary> m_library = MakeGenicamLibrary(m_clock, m_log, {});
 };
 
 TEST_F(UsbCameraTest, SaysWhoItIs)
@@ -95,59 +46,14 @@ TEST_F(UsbCameraTest, FramesFollowEachOtherWithoutALoss)
     Check(camera->Disconnect());
 }
 
-TEST_F(UsbCameraTest, APictureThatCameInPiecesIsDroppedAndCounted)
+TEST_F(UsbCameraTest, APictureThatCameInPiecesIsDroppedAndCounted) { TornPicturesAreDroppedAndCounted(1); }
+
+TEST_F(UsbCameraTest, APulledPlugIsToldAndTheCameraIsUsableWhenItIsBack)
 {
-    const auto camera = Open();
-    Configure(*camera, 100.0F);
-    Check(camera->StartCapture());
-    Image image;
-    Check(camera->RetrieveBuffer(image));
-    peers::TearUsb(0, 1);
-    int iDropped = 0;
-    for (int i = 0; i < 20; i++) {
-        const Error error = camera->RetrieveBuffer(image);
-        ASSERT_TRUE(error.IsOk() || error == ErrorType::NothingToDeliver) << error.GetDescription();
-        iDropped += error.IsOk() ? 0 : 1;
-    }
-    EXPECT_EQ(iDropped, 1);
-    EXPECT_EQ(camera->GetStreamStatistics().incomplete, 1U);
+    APulledPlugIsToldAndTheCameraIsUsableWhenItIsBack();
 }
 
-TEST_F(UsbCameraTest, APulledPlugEndsTheStreamWithTheCamerasNumber)
-{
-    const auto camera = Open();
-    Configure(*camera, 100.0F);
-    Check(camera->StartCapture());
-    Image image;
-    Check(camera->RetrieveBuffer(image));
-    peers::PlugUsb(0, false);
-    Error error;
-    while (error.IsOk())
-        error = camera->RetrieveBuffer(image);
-    EXPECT_EQ(error, ErrorType::Disconnected);
-    EXPECT_NE(error.GetDescription().find("17000001"), std::string::npos);
-    std::uint32_t uiValue = 0;
-    EXPECT_EQ(camera->ReadRegister(0x0968, uiValue), ErrorType::Disconnected);
-    EXPECT_EQ(camera->StopCapture(), ErrorType::Disconnected);
-    EXPECT_TRUE(camera->Disconnect().IsOk());
-}
-
-TEST_F(UsbCameraTest, ACameraOfAnotherProgramIsDenied)
-{
-    unsigned int uiCount = 0;
-    Check(m_library->GetBusManager().GetNumOfCameras(uiCount));
-    PGRGuid guid;
-    Check(m_library->GetBusManager().GetCameraFromSerialNumber(kSerial, guid));
-    const auto camera = m_library->CreateCamera(guid);
-    ASSERT_NE(camera, nullptr);
-    peers::ClaimUsb(0, true);
-    const Error error = camera->Connect(guid);
-    peers::ClaimUsb(0, false);
-    EXPECT_EQ(error, ErrorType::AccessDenied);
-    EXPECT_EQ(error.GetDescription(), "camera 17000001: another program controls it");
-    EXPECT_FALSE(camera->IsConnected());
-    Check(camera->Connect(guid));
-}
+TEST_F(UsbCameraTest, ACameraOfAnotherProgramIsDenied) { ACameraOfAnotherProgramIsDenied(); }
 
 } // namespace
 

@@ -1,8 +1,5 @@
-#include "peers/network_test.h"
 #include "platform/iidc/iidc_library.h"
-#include "platform/time/real_clock.h"
-#include "support/bar_code.h"
-#include "support/recorded_log.h"
+#include "usb_fixture.h"
 
 #include <bit>
 
@@ -13,55 +10,12 @@ namespace {
 constexpr unsigned int kSerial = 17000042;
 
 /// The IIDC camera on the software USB cable.
-class IidcCameraTest : public testing::Test {
+class IidcCameraTest : public UsbTest {
 protected:
-    void SetUp() override { peers::PlugUsb(1, true); }
-    std::unique_ptr<Camera> Open()
+    IidcCameraTest()
+        : UsbTest(MakeIidcLibrary, 1, kSerial)
     {
-        unsigned int uiCount = 0;
-        EXPECT_TRUE(m_library->GetBusManager().GetNumOfCameras(uiCount).IsOk());
-        PGRGuid guid;
-        EXPECT_TRUE(m_library->GetBusManager().GetCameraFromSerialNumber(kSerial, guid).IsOk());
-        auto camera = m_library->CreateCamera(guid);
-        EXPECT_TRUE(camera && camera->Connect(guid).IsOk());
-        return camera;
     }
-    static void Check(const Error& error)
-    {
-        ASSERT_TRUE(error.IsOk()) << error.GetTypeNumber() << " " << error.GetDescription();
-    }
-    static void SetAbsolute(CameraBase& camera, PropertyType eType, float fValue)
-    {
-        Property property;
-        property.type = eType;
-        Check(camera.GetProperty(property));
-        property.absControl = true;
-        property.onOff = true;
-        property.autoManualMode = false;
-        property.absValue = fValue;
-        Check(camera.SetProperty(property));
-    }
-    static void Configure(Camera& camera, std::uint32_t uiWidth, std::uint32_t uiHeight, float fFps)
-    {
-        FC2Config config;
-        Check(camera.GetConfiguration(config));
-        config.grabMode = GrabMode::BufferFrames;
-        config.grabTimeout = 2000;
-        Check(camera.SetConfiguration(config));
-        Check(camera.WriteRegister(0x12F8, 0x80000101));
-        SetAbsolute(camera, PropertyType::FrameRate, fFps);
-        const Format7ImageSettings settings { 0, 0, 0, uiWidth, uiHeight, PixelFormat::Raw8 };
-        bool bValid = false;
-        Format7PacketInfo packet;
-        Check(camera.ValidateFormat7Settings(settings, bValid, packet));
-        ASSERT_TRUE(bValid);
-        Check(camera.SetFormat7Configuration(settings, packet.maxBytesPerPacket));
-        SetAbsolute(camera, PropertyType::Shutter, 1.0F);
-    }
-
-    RealClock m_clock;
-    test::RecordedLog m_log;
-    std::unique_ptr<CameraLibrary> m_library = MakeIidcLibrary(m_clock, m_log);
 };
 
 TEST_F(IidcCameraTest, SaysWhoItIs)
@@ -80,7 +34,7 @@ TEST_F(IidcCameraTest, SaysWhoItIs)
 TEST_F(IidcCameraTest, FramesFollowEachOtherWithoutALossAndCarryTheCamerasOwnHeader)
 {
     const auto camera = Open();
-    Configure(*camera, 640, 480, 200.0F);
+    Configure(*camera, 200.0F);
     Check(camera->StartCapture());
     std::uint32_t uiLastCode = 0;
     std::uint32_t uiLastTime = 0;
@@ -105,45 +59,34 @@ TEST_F(IidcCameraTest, FramesFollowEachOtherWithoutALossAndCarryTheCamerasOwnHea
     Check(camera->Disconnect());
 }
 
-TEST_F(IidcCameraTest, APictureThatCameInPiecesIsDroppedAndCounted)
+TEST_F(IidcCameraTest, APictureThatCameInPiecesIsDroppedAndCounted) { TornPicturesAreDroppedAndCounted(2); }
+
+TEST_F(IidcCameraTest, APulledPlugIsToldAndTheCameraIsUsableWhenItIsBack)
 {
-    const auto camera = Open();
-    Configure(*camera, 640, 480, 100.0F);
-    Check(camera->StartCapture());
-    Image image;
-    Check(camera->RetrieveBuffer(image));
-    peers::TearUsb(1, 2);
-    int iDropped = 0;
-    for (int i = 0; i < 20; i++) {
-        const Error error = camera->RetrieveBuffer(image);
-        ASSERT_TRUE(error.IsOk() || error == ErrorType::NothingToDeliver) << error.GetDescription();
-        iDropped += error.IsOk() ? 0 : 1;
-    }
-    EXPECT_EQ(iDropped, 2);
-    EXPECT_EQ(camera->GetStreamStatistics().incomplete, 2U);
+    APulledPlugIsToldAndTheCameraIsUsableWhenItIsBack();
 }
 
-TEST_F(IidcCameraTest, APulledPlugEndsTheStreamWithTheCamerasNumber)
+TEST_F(IidcCameraTest, ACameraThatHoldsOnToEveryRequestHoldsNobodyUp)
 {
     const auto camera = Open();
-    Configure(*camera, 640, 480, 100.0F);
-    FC2Config config;
-    Check(camera->GetConfiguration(config));
-    config.grabTimeout = -1;
-    Check(camera->SetConfiguration(config));
+    Configure(*camera, 100.0F, -1);
     Check(camera->StartCapture());
     Image image;
     Check(camera->RetrieveBuffer(image));
-    peers::PlugUsb(1, false);
-    Error error;
-    while (error.IsOk() || error == ErrorType::NothingToDeliver)
-        error = camera->RetrieveBuffer(image);
-    EXPECT_EQ(error, ErrorType::Disconnected);
-    EXPECT_NE(error.GetDescription().find("17000042"), std::string::npos);
-    std::uint32_t uiValue = 0;
-    EXPECT_EQ(camera->ReadRegister(0x0968, uiValue), ErrorType::Disconnected);
-    EXPECT_EQ(camera->StopCapture(), ErrorType::Disconnected);
-    EXPECT_TRUE(camera->Disconnect().IsOk());
+    peers::HangUsb(1, true);
+    auto rest = std::async(std::launch::async, [&] { // as the program stops, before anybody has noticed a silence
+        camera->CancelRetrieve();
+        const Error error = camera->StopCapture();
+        EXPECT_EQ(error, ErrorType::Disconnected);
+        EXPECT_EQ(error.GetDescription(), "camera 17000042: it does not answer");
+        TriggerMode trigger;
+        EXPECT_EQ(camera->GetTriggerMode(trigger), ErrorType::Disconnected);
+        EXPECT_TRUE(camera->Disconnect().IsOk());
+    });
+    EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
+    peers::HangUsb(1, false);
+    rest.wait();
+    Check(camera->Connect(Find())); // what was left in the background has let go of it
 }
 
 TEST_F(IidcCameraTest, PropertiesKeepTheCamerasUnits)
@@ -189,11 +132,7 @@ TEST_F(IidcCameraTest, TriggerAndStrobeAreTheStandardsRegisters)
 TEST_F(IidcCameraTest, AStandardModeNeedsNoSettings)
 {
     const auto camera = Open();
-    FC2Config config;
-    Check(camera->GetConfiguration(config));
-    config.grabMode = GrabMode::BufferFrames;
-    config.grabTimeout = 2000;
-    Check(camera->SetConfiguration(config));
+    PrepareFetching(*camera, 2000);
     SetAbsolute(*camera, PropertyType::Shutter, 1.0F);
     Check(camera->SetVideoModeAndFrameRate(VideoMode::Mode640x480Y8, FrameRateCode::Fps60));
     Check(camera->StartCapture());
@@ -206,22 +145,7 @@ TEST_F(IidcCameraTest, AStandardModeNeedsNoSettings)
     EXPECT_NEAR(*ReadBarCode(image) - *first, 16667, 2);
 }
 
-TEST_F(IidcCameraTest, ACameraOfAnotherProgramIsDenied)
-{
-    unsigned int uiCount = 0;
-    Check(m_library->GetBusManager().GetNumOfCameras(uiCount));
-    PGRGuid guid;
-    Check(m_library->GetBusManager().GetCameraFromSerialNumber(kSerial, guid));
-    const auto camera = m_library->CreateCamera(guid);
-    ASSERT_NE(camera, nullptr);
-    peers::ClaimUsb(1, true);
-    const Error error = camera->Connect(guid);
-    peers::ClaimUsb(1, false);
-    EXPECT_EQ(error, ErrorType::AccessDenied);
-    EXPECT_EQ(error.GetDescription(), "camera 17000042: another program controls it");
-    EXPECT_FALSE(camera->IsConnected());
-    Check(camera->Connect(guid));
-}
+TEST_F(IidcCameraTest, ACameraOfAnotherProgramIsDenied) { ACameraOfAnotherProgramIsDenied(); }
 
 } // namespace
 

@@ -1,4 +1,4 @@
-#include "platform/genicam/device_worker.h"
+#include "platform/device/device_worker.h"
 
 namespace vireo {
 
