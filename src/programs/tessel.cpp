@@ -8,6 +8,7 @@
 #include "platform/linux/socket_partner_link.h"
 #include "platform/linux/stderr_log.h"
 #include "platform/qt/japanese_texts.h"
+#include "platform/qt/platform_choice.h"
 #include "platform/qt/qt_window_system.h"
 #include "platform/qt/termination_signals.h"
 #include "platform/time/real_clock.h"
@@ -19,7 +20,9 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -54,11 +57,18 @@ bool AnswerPrompt(int iCount, char** ppArguments)
     return true;
 }
 
-// Child frames and the panel stand where the settings say, which Wayland allows nobody.
-void AskForX11()
+/// The toolkit's own command line: the program's belongs to the partner, the toolkit takes nothing from it. Not its
+/// environment, which programs that are opened from here would inherit.
+std::vector<std::string> ToolkitArguments(const char* pProgram)
 {
-    if (*Environment("WAYLAND_DISPLAY") != '\0' && *Environment("DISPLAY") != '\0')
-        ::setenv("QT_QPA_PLATFORM", "xcb", 0); // NOLINT(concurrency-mt-unsafe): no other thread runs yet
+    std::vector<std::string> arguments { pProgram };
+    const std::string strPlatform = PlatformToAskFor({ .strDisplay = Environment("DISPLAY"),
+        .strWayland = Environment("WAYLAND_DISPLAY"),
+        .strSession = Environment("XDG_SESSION_TYPE"),
+        .strPlatform = Environment("QT_QPA_PLATFORM") });
+    if (!strPlatform.empty())
+        arguments.insert(arguments.end(), { "-platform", strPlatform });
+    return arguments;
 }
 
 int RunDesktop(Platform& platform, QtWindowSystem& window, const std::string& strCommandLine)
@@ -91,7 +101,6 @@ int main(int argc, char** argv)
         return 0;
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow further is a failed write, not the end
-    AskForX11();
     RealClock clock;
     StderrLog log;
     std::string strError;
@@ -102,8 +111,13 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "tessel: %s\n", strError.c_str());
         return kUsage;
     }
-    int iToolkitArguments = 1; // the command line is the partner's: the toolkit takes nothing from it
-    QApplication application(iToolkitArguments, argv);
+    std::vector<std::string> toolkitArguments = ToolkitArguments(argv[0]);
+    std::vector<char*> toolkitArgv;
+    for (std::string& strArgument : toolkitArguments)
+        toolkitArgv.push_back(strArgument.data());
+    int iToolkitArguments = static_cast<int>(toolkitArgv.size());
+    toolkitArgv.push_back(nullptr);
+    QApplication application(iToolkitArguments, toolkitArgv.data());
     InstallJapanese(application);
     QApplication::setApplicationName(QStringLiteral("Tessel"));
     QApplication::setQuitOnLastWindowClosed(false);

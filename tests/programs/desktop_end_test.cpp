@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
@@ -27,6 +29,7 @@ protected:
     static constexpr const char* kLive = "#2E9E5B";
     static constexpr const char* kRecording = "#D63A32";
     static constexpr const char* kRecorded = "#2F6FD0";
+    static constexpr const char* kWaiting = "#E39A1C";
 
     DesktopEndRun()
     {
@@ -38,11 +41,13 @@ protected:
     /// Until the cameras are to be confirmed.
     void Begin(const std::string& strFaults = "")
     {
+        std::vector<std::pair<std::string, std::string>> environment { { "XDG_RUNTIME_DIR", m_folder / "runtime" },
+            { "XDG_CONFIG_HOME", m_folder.Path() }, { "DISPLAY", m_display.Name() }, { "WAYLAND_DISPLAY", "" },
+            { "QT_QPA_PLATFORM", "xcb" }, { "TESSEL_CAMERAS", "simulated" }, { "TESSEL_SIM_FAULTS", strFaults } };
+        environment.insert(environment.end(), m_environment.begin(), m_environment.end());
         m_program = std::make_unique<RunningProgram>(
             std::vector<std::string> { "sh", "-c", "cd '" + (m_folder / "work") + "' && exec " TESSEL_PROGRAM },
-            std::vector<std::pair<std::string, std::string>> { { "XDG_RUNTIME_DIR", m_folder / "runtime" },
-                { "XDG_CONFIG_HOME", m_folder.Path() }, { "DISPLAY", m_display.Name() }, { "WAYLAND_DISPLAY", "" },
-                { "QT_QPA_PLATFORM", "xcb" }, { "TESSEL_CAMERAS", "simulated" }, { "TESSEL_SIM_FAULTS", strFaults } });
+            environment);
         m_strConfirmation = Window("カメラの選択");
     }
     /// Until all cameras are live.
@@ -82,6 +87,17 @@ protected:
     {
         XTool({ "xdotool", "windowfocus", "--sync", strWindow, "key", pKey });
     }
+    /// Clicks on a place of the panel, in thousandths of its width and height.
+    void Click(int iAcross, int iDown) const
+    {
+        const std::string strGeometry = XTool({ "xdotool", "getwindowgeometry", "--shell", m_strPanel });
+        const auto value = [&strGeometry](const char* pName) {
+            const std::size_t uiAt = strGeometry.find(pName);
+            return uiAt == std::string::npos ? 0 : std::atoi(strGeometry.c_str() + uiAt + std::strlen(pName));
+        };
+        XTool({ "xdotool", "mousemove", "--window", m_strPanel, std::to_string(value("WIDTH=") * iAcross / 1000),
+            std::to_string(value("HEIGHT=") * iDown / 1000), "click", "1" });
+    }
     void WaitForLamp(const std::string& strColour) const
     {
         const auto patience = std::chrono::steady_clock::now() + RunningProgram::kPatience;
@@ -113,6 +129,7 @@ protected:
 
     const test::TemporaryFolder m_folder;
     const test::OwnDisplay m_display;
+    std::vector<std::pair<std::string, std::string>> m_environment; ///< beside the usual, or in its place
     std::unique_ptr<RunningProgram> m_program;
     std::string m_strConfirmation, m_strMain, m_strPanel;
 };
@@ -158,6 +175,26 @@ TEST_P(DesktopEnd, WhileSavingComesAfterTheSave)
                       .strOut,
             "600\n")
             << pFile;
+}
+
+TEST_P(DesktopEnd, WhileWaitingForTheTrigger)
+{
+    BeginLive();
+    Click(58, 493); // the box of the trigger wait
+    WaitForLamp(kWaiting);
+    Close(GetParam());
+    ExpectGoodEnd();
+}
+
+// Cameras of this kind wait in another way: the first watches its input, the others go on storing.
+TEST_P(DesktopEnd, WhileCamerasWithoutAStrobeWaitForTheTrigger)
+{
+    m_environment = { { "TESSEL_CAMERAS", "simulated:4xGRAS-03K2" } };
+    BeginLive();
+    Click(58, 493);
+    WaitForLamp(kWaiting);
+    Close(GetParam());
+    ExpectGoodEnd();
 }
 
 TEST_P(DesktopEnd, AfterThePanelWasClosed)
@@ -208,6 +245,16 @@ TEST_F(DesktopTermination, ClosesTheQuestionForTheCamerasAndStoresNothing)
     Close(End::Termination);
     EXPECT_EQ(m_program->WaitForEnd(), 1) << m_program->Err();
     EXPECT_EQ(test::ReadFile(SettingsFile()), strBefore);
+}
+
+// The windows are found on the X server: no Wayland was asked, though it is said to be there.
+TEST_F(DesktopTermination, ComesToAWindowOnTheXServerOfAWaylandLogin)
+{
+    m_environment = { { "WAYLAND_DISPLAY", "wayland-0" }, { "XDG_SESSION_TYPE", "wayland" },
+        { "QT_QPA_PLATFORM", "" } };
+    BeginLive();
+    Close(End::Termination);
+    ExpectGoodEnd();
 }
 
 } // namespace

@@ -13,11 +13,26 @@ using namespace vireo::test;
 
 namespace {
 
+/// Programs that only tell which one was started, with which arguments and cameras.
+std::string TellingPrograms(const TemporaryFolder& folder)
+{
+    std::filesystem::create_directories(folder / "built/src/programs");
+    for (const char* pName : { "tessel", "tessel-record" }) {
+        const std::string strFile = folder / ("built/src/programs/" + std::string(pName));
+        WriteFile(strFile,
+            "#!/bin/sh\n"
+            "echo \"started ${0##*/} $* cameras=$TESSEL_CAMERAS platform=${QT_QPA_PLATFORM-unset}\"\n");
+        std::filesystem::permissions(strFile, std::filesystem::perms::owner_all);
+    }
+    return folder / "built";
+}
+
 ToolResult RunCommand(
     const TemporaryFolder& folder, std::vector<std::string> settings, std::vector<std::string> arguments = {})
 {
     std::vector<std::string> command { "env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY", "-u", "TESSEL_CAMERAS", "-u",
-        "TESSEL_SIM_FAULTS", "TESSEL_BUILT=" TESSEL_BUILD, "TESSEL_RECORDINGS=" + (folder / "recordings") };
+        "TESSEL_SIM_FAULTS", "-u", "QT_QPA_PLATFORM", "TESSEL_BUILT=" TESSEL_BUILD,
+        "TESSEL_RECORDINGS=" + (folder / "recordings") };
     command.insert(command.end(), settings.begin(), settings.end());
     command.emplace_back(TESSEL_RUN);
     command.insert(command.end(), arguments.begin(), arguments.end());
@@ -76,4 +91,36 @@ TEST(RunScript, EndsAsTheRecordingEnds)
     const TemporaryFolder folder;
     EXPECT_EQ(RunCommand(folder, { "TESSEL_CAMERAS=simulatd" }).iExit, 2);
     EXPECT_EQ(RunCommand(folder, { "TESSEL_SIM_FAULTS=drop:1@100" }, { "--strict" }).iExit, 3);
+}
+
+TEST(RunScript, StartsTheDesktopProgramWhereThereIsADisplay)
+{
+    const TemporaryFolder folder;
+    const std::string strBuilt = "TESSEL_BUILT=" + TellingPrograms(folder);
+    const struct {
+        const char* pSituation;
+        std::vector<std::string> settings;
+        const char* pStarted;
+    } rows[] = {
+        { "X11", { "DISPLAY=:7" }, "started tessel a b cameras=simulated platform=unset" },
+        { "Wayland", { "WAYLAND_DISPLAY=wayland-0" }, "started tessel a b cameras=simulated platform=unset" },
+        { "both", { "DISPLAY=:7", "WAYLAND_DISPLAY=wayland-0" },
+            "started tessel a b cameras=simulated platform=unset" },
+        { "cameras of one's own", { "DISPLAY=:7", "TESSEL_CAMERAS=iidc" },
+            "started tessel a b cameras=iidc platform=unset" },
+        { "no cameras asked for", { "DISPLAY=:7", "TESSEL_CAMERAS=" }, "started tessel a b cameras= platform=unset" },
+        { "an empty platform", { "DISPLAY=:7", "QT_QPA_PLATFORM=" },
+            "started tessel a b cameras=simulated platform=unset" },
+        { "a platform of one's own", { "DISPLAY=:7", "QT_QPA_PLATFORM=wayland" },
+            "started tessel a b cameras=simulated platform=wayland" },
+        { "empty displays", { "DISPLAY=", "WAYLAND_DISPLAY=" }, "started tessel-record " },
+        { "none", {}, "started tessel-record " },
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> settings { strBuilt };
+        settings.insert(settings.end(), row.settings.begin(), row.settings.end());
+        const ToolResult result = RunCommand(folder, settings, { "a", "b" });
+        EXPECT_EQ(result.iExit, 0) << row.pSituation << result.strErr;
+        EXPECT_NE(result.strOut.find(row.pStarted), std::string::npos) << row.pSituation << ": " << result.strOut;
+    }
 }
