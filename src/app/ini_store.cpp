@@ -127,6 +127,22 @@ bool WriteBytes(const std::string& strPath, const std::string& strBytes)
     return static_cast<bool>(file);
 }
 
+/// A copy has the permissions of its origin before it has the first byte: on its way to its place nobody can read
+/// the new file who could not read the old one.
+bool CopyForRewriting(const fs::path& file, const std::string& strCopy, fs::perms permissions)
+{
+    std::error_code error;
+    if (fs::is_regular_file(strCopy, error))
+        fs::remove(strCopy, error); // of a program that was killed
+    if (!fs::copy_file(file, strCopy, error)) {
+        if (fs::is_regular_file(strCopy, error))
+            fs::remove(strCopy, error);
+        return false;
+    }
+    fs::permissions(strCopy, permissions | fs::perms::owner_write, error);
+    return !error;
+}
+
 } // namespace
 
 std::optional<std::string> IniStore::ReadEntry(const std::string& strSection, const std::string& strKey, bool& bOpened)
@@ -213,9 +229,8 @@ bool IniStore::Replace(const std::string& strBytes)
         file = m_strFolder + kIniFileName;
     const std::string strTemporary = file.parent_path() / kTemporaryName;
     const fs::perms permissions = fs::status(file, error).permissions();
-    if (WriteBytes(strTemporary, strBytes)) {
-        if (!error)
-            fs::permissions(strTemporary, permissions, error);
+    if (CopyForRewriting(file, strTemporary, permissions) && WriteBytes(strTemporary, strBytes)) {
+        fs::permissions(strTemporary, permissions, error);
         fs::rename(strTemporary, file, error);
         if (!error)
             return true;

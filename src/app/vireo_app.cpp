@@ -13,12 +13,24 @@ constexpr const char* kNoWorkingDirectory = "Error Get Current Working Directory
 constexpr const char* kIniOpenError = "Error ini file open";
 constexpr const char* kSettingsSubPath = "/norvane/Quill/Cooperations/";
 
+/// Makes a folder and those above it that are missing, for this user alone. Those that are there stay as they are.
+void MakeOwnFolders(const std::filesystem::path& folder)
+{
+    std::error_code error;
+    if (folder.empty() || std::filesystem::exists(folder, error))
+        return;
+    if (folder.has_relative_path())
+        MakeOwnFolders(folder.parent_path());
+    if (std::filesystem::create_directory(folder, error))
+        std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
+}
+
 /// Makes the folder and an empty settings file where they are missing. An existing file, whatever it
 /// is, counts as there: reads and writes report what is wrong with it.
 bool EnsureSettingsFile(const std::string& strFolder)
 {
     std::error_code error;
-    std::filesystem::create_directories(strFolder, error);
+    MakeOwnFolders(std::filesystem::path(strFolder).parent_path()); // it ends in a separator
     const std::string strFile = strFolder + kIniFileName;
     if (std::filesystem::exists(strFile, error))
         return true;

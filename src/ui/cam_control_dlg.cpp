@@ -177,7 +177,7 @@ void CamControlDlg::UpdatePresetButtons()
     UpdatePresetNames(m_doc);
     for (std::size_t i = 0; i < kPresetButtons; ++i) {
         QString strName = QString::fromStdString(m_doc.m_parameters.m_astrPresetNames[i]);
-        m_presets[i]->setToolTip(strName);
+        m_presets[i]->setToolTip(PlainToolTip(strName));
         m_presets[i]->setText(strName.replace(QLatin1Char('&'), QStringLiteral("&&")));
     }
 }

@@ -4,6 +4,7 @@
 #include <QPainterPath>
 #include <QStyle>
 #include <QStyleOptionButton>
+#include <QTextDocument>
 
 namespace vireo {
 
@@ -34,6 +35,11 @@ const LampRow& RowOf(CaptureLamp eLamp)
 
 } // namespace
 
+QString PlainToolTip(const QString& strText)
+{
+    return Qt::mightBeRichText(strText) ? Qt::convertFromPlainText(strText) : strText;
+}
+
 ElidedLabel::ElidedLabel(QWidget* pParent)
     : QLabel(pParent)
 {
@@ -44,7 +50,7 @@ ElidedLabel::ElidedLabel(QWidget* pParent)
 void ElidedLabel::setText(const QString& strText)
 {
     QLabel::setText(strText);
-    setToolTip(strText.trimmed());
+    setToolTip(PlainToolTip(strText.trimmed()));
 }
 
 QSize ElidedLabel::minimumSizeHint() const

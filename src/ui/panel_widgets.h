@@ -6,6 +6,9 @@
 
 namespace vireo {
 
+/// For setToolTip, which takes what looks like markup for markup: a text that comes from outside stays a text.
+QString PlainToolTip(const QString& strText);
+
 /// A line of text that is shortened in the middle when it does not fit; the whole text is its tool tip.
 class ElidedLabel : public QLabel {
 public:

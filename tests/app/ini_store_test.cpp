@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 namespace vireo {
 namespace {
@@ -388,6 +390,32 @@ TEST_F(IniStoreTest, AFileThatMayNotBeReadIsReportedAndStays)
     }));
     ASSERT_EQ(chmod((m_folder / "Tessel.ini").c_str(), 0600), 0);
     EXPECT_EQ(File(), "[A]\nkey=1\n");
+}
+
+TEST_F(IniStoreTest, WhoMayNotReadTheFileCannotReadItsNextVersionOnTheWayEither)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "needs two users";
+    ASSERT_EQ(chmod(m_folder.Path().c_str(), 0755), 0);
+    SetFile("[A]\r\nkey=1\r\nsecret=" + std::string(1 << 20, 'x') + "\r\n");
+    ASSERT_EQ(chmod((m_folder / "Tessel.ini").c_str(), 0600), 0);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    std::thread writer([&] {
+        char c = 0;
+        EXPECT_EQ(read(ends[0], &c, 1), 1);
+        for (int i = 0; i < 100; ++i)
+            EXPECT_TRUE(m_store.WriteInt("A", "key", i));
+        EXPECT_EQ(rename((m_folder / "Tessel.ini").c_str(), (m_folder / "done").c_str()), 0);
+    });
+    EXPECT_TRUE(test::RunAsOtherUser([&] {
+        EXPECT_EQ(write(ends[1], "x", 1), 1);
+        while (access((m_folder / "done").c_str(), F_OK) != 0)
+            ASSERT_EQ(test::ReadFile(m_folder / "TempTesselIni"), "");
+    }));
+    writer.join();
+    close(ends[0]);
+    close(ends[1]);
 }
 
 TEST_F(IniStoreTest, AFolderThatMayNotBeWrittenIsReportedAndTheFileStays)

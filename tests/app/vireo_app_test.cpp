@@ -49,6 +49,17 @@ TEST_F(StartUp, MakesTheSettingsFolderWithAllParentsAndAnEmptyFile)
     EXPECT_THAT(m_test.m_window.MessageTexts(), IsEmpty());
 }
 
+TEST_F(StartUp, MakesItsFoldersForThisUserAloneAndLeavesOthersAsTheyAre)
+{
+    namespace fs = std::filesystem;
+    fs::create_directory(m_folder / "config");
+    fs::permissions(m_folder / "config", fs::perms(0755));
+    EXPECT_TRUE(m_app.InitInstance(m_lock, ""));
+    EXPECT_EQ(fs::status(m_folder / "config").permissions(), fs::perms(0755));
+    for (const char* pFolder : { "config/norvane", "config/norvane/Quill", "config/norvane/Quill/Cooperations" })
+        EXPECT_EQ(fs::status(m_folder / pFolder).permissions(), fs::perms(0700)) << pFolder;
+}
+
 TEST_F(StartUp, KeepsAnExistingSettingsFile)
 {
     ASSERT_TRUE(m_app.InitInstance(m_lock, ""));

@@ -8,6 +8,8 @@
 #include <QLineEdit>
 #include <QProxyStyle>
 #include <QStyleOptionButton>
+#include <QTextDocument>
+#include <QTextDocumentFragment>
 #include <set>
 
 namespace vireo {
@@ -40,6 +42,19 @@ TEST(UpDownEdit, TakesWhateverIsTyped)
     EXPECT_EQ(edit.text(), QStringLiteral("99x"));
     edit.SetPosition(99);
     EXPECT_EQ(edit.text(), QStringLiteral("20"));
+}
+
+TEST(ElidedLabel, TellsTheWholeTextInItsTipWithoutReadingItAsMarkup)
+{
+    for (const QString& strText : { QStringLiteral("a name"), QStringLiteral("<img src='/etc/x.png'><b>name</b>"),
+             QStringLiteral("a < b & c"), QStringLiteral("%n%s") }) {
+        ElidedLabel label;
+        label.setText(strText);
+        const QString strTip = label.toolTip();
+        const QString strSeen =
+            Qt::mightBeRichText(strTip) ? QTextDocumentFragment::fromHtml(strTip).toPlainText() : strTip;
+        EXPECT_EQ(strSeen, strText);
+    }
 }
 
 TEST(ProgressScale, KeepsSmallRangesAndScalesLargeOnes)
