@@ -1,6 +1,7 @@
 #include "camera/capture_start.h"
 
 #include "capture/camera_properties.h"
+#include "capture/camera_stop.h"
 #include "capture/grab_threads.h"
 #include "capture/messages.h"
 #include "capture/strobe.h"
@@ -26,8 +27,7 @@ bool AbandonStart(CVireoDoc& doc)
 {
     for (std::size_t uiCamera = 0; uiCamera < doc.m_cameras.m_uiNumCameras; ++uiCamera)
         CameraOf(doc, uiCamera).CancelRetrieve(); // so that those which are dead are waited for side by side
-    for (std::size_t uiCamera = 0; uiCamera < doc.m_cameras.m_uiNumCameras; ++uiCamera)
-        (void)CameraOf(doc, uiCamera).StopCapture();
+    (void)StopEveryCamera(doc);
     UndoSynchroStrobe(doc);
     SetRunFlags(doc, false);
     doc.m_capture.m_bCapturing = false;

@@ -75,6 +75,7 @@ struct CaptureFlags {
     std::atomic<bool> m_bCapturing = false;
     std::atomic<bool> m_bKeyWaitRun = false; ///< run flag of the monitor
     std::atomic<bool> m_bStopping = false;
+    std::atomic<bool> m_bCamerasLeft = false; ///< the last stop met a camera that may run on
     PerCamera<std::atomic<bool>> m_bGrabRun; ///< run flag of each grab thread
     std::atomic<CapturePhase> m_ePhase = CapturePhase::Stopped;
     CaptureSnapshot m_running;

@@ -1,5 +1,6 @@
 #include "capture/grab_threads.h"
 
+#include "capture/camera_stop.h"
 #include "capture/grab_loop.h"
 #include "capture/monitor.h"
 #include "capture/panel_rules.h"
@@ -143,8 +144,8 @@ bool GrabThreads::Stop()
         m_doc.m_capture.m_bStopping = false;
         bResult = StopCameras();
         EndStop(bResult);
-    } else if (!bWorker && m_bCamerasLeft.exchange(false)) {
-        StopCamerasAgain();
+    } else if (!bWorker && m_doc.m_capture.m_bCamerasLeft) {
+        (void)StopEveryCamera(m_doc); // those that did stop say so
     }
     if (!bWorker)
         JoinEnded(std::min(begin + kStopLimit, m_clock.Now()) + kStopRest);
@@ -240,21 +241,10 @@ void GrabThreads::KeepBrokenRecording()
 bool GrabThreads::StopCameras()
 {
     SynchroStrobePost(m_doc);
-    bool bResult = true;
-    for (std::size_t c = 0; c < m_doc.m_cameras.m_uiNumCameras; ++c) {
-        const Error error = CameraOf(m_doc, c).StopCapture();
-        if (!error.IsOk() && std::exchange(bResult, false))
-            PrintErrorTrace(m_doc.GetPlatform().log, error, "StopGrab()->StopCapture()");
-    }
-    m_bCamerasLeft = !bResult;
-    return bResult;
-}
-
-// A camera that did not take its stop would refuse every later configuration. Those that did stop say so.
-void GrabThreads::StopCamerasAgain()
-{
-    for (std::size_t c = 0; c < m_doc.m_cameras.m_uiNumCameras; ++c)
-        (void)CameraOf(m_doc, c).StopCapture();
+    const Error error = StopEveryCamera(m_doc);
+    if (!error.IsOk())
+        PrintErrorTrace(m_doc.GetPlatform().log, error, "StopGrab()->StopCapture()");
+    return error.IsOk();
 }
 
 void GrabThreads::EndStop(bool bResult)
@@ -278,7 +268,7 @@ void StartGrabThreads(CVireoDoc& doc, ThreadStartOrder eOrder)
 bool StopGrab(CVireoDoc& doc)
 {
     if (!doc.m_grabThreads) {
-        if (!doc.m_capture.m_bCapturing)
+        if (!doc.m_capture.m_bCapturing && !doc.m_capture.m_bCamerasLeft)
             return true;
         doc.m_grabThreads = std::make_shared<GrabThreads>(doc);
     }

@@ -68,7 +68,6 @@ private:
     void JoinEnded(ClockTime deadline);
     void KeepBrokenRecording();
     bool StopCameras();
-    void StopCamerasAgain();
     void EndStop(bool bResult);
 
     CVireoDoc& m_doc;
@@ -78,7 +77,6 @@ private:
     std::size_t m_uiCameras = 0;
     std::atomic<bool> m_bBrokenRecording = false; ///< a failure or the operator broke into a recording
     std::atomic<bool> m_bFailed = false;
-    std::atomic<bool> m_bCamerasLeft = false; ///< the last stop met a camera that may still run
 
     std::mutex m_mutex; ///< guards the phase's transitions; never held while anything waits
     WaitPoint m_phaseChanged;
@@ -95,8 +93,8 @@ void StartGrabThreads(CVireoDoc& doc, ThreadStartOrder eOrder);
 /// and trigger back and stops the cameras. Any thread; at most 1.2 s. A grab or monitor thread that finds
 /// a stop in progress returns true at once; the user-interface thread waits for that stop and joins.
 /// @return true when nothing ran or every camera stopped cleanly; the first camera error is traced. False also
-/// when the stop that it waits for has not ended within that time. The next call after a camera's error tries
-/// once more to stop the cameras, silently.
+/// when the stop that it waits for has not ended within that time. While a camera may
+/// run on after an error of its own, every next call tries once more to stop the cameras, silently.
 bool StopGrab(CVireoDoc& doc);
 
 /// The record toggle: live becomes recording, anything else live; every counter, mark and request of a

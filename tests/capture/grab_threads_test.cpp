@@ -119,6 +119,24 @@ TEST(StopGrab, TriesOnceMoreWhenACameraDidNotTakeItsStop)
     EXPECT_TRUE(capture.Window().MessageTexts().empty());
 }
 
+// Else the camera would refuse every configuration for as long as the program runs.
+TEST(StopGrab, TriesAgainForAsLongAsACameraMayRunOn)
+{
+    ScriptedCapture capture({ .uiCameras = 2 });
+    capture.Cam(1).m_stopResult = ErrorType::TransportFailed;
+    capture.Start();
+    ASSERT_TRUE(capture.WaitFrames(1, 3));
+    TimeStop(capture, false);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(StopGrab(capture.Doc()));
+    EXPECT_EQ(capture.Cam(1).m_iStops, 4);
+    capture.Cam(1).m_stopResult = ErrorType::NotStarted;
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(StopGrab(capture.Doc()));
+    EXPECT_EQ(capture.Cam(1).m_iStops, 5);
+    EXPECT_TRUE(capture.Window().MessageTexts().empty());
+}
+
 // A camera's failure has begun the stop; the operator's comes while it runs.
 TEST(StopGrab, WaitsForAWorkersStopWithinTheSameLimit)
 {
