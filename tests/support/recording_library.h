@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -49,15 +50,20 @@ struct LibraryAnswers {
     std::map<int, std::string> models; ///< model name told by a camera
 };
 
+/// Stands around every call: gets it and what carries it out, and gives the answer.
+using AroundCall = std::function<Error(const LibraryCall& call, const std::function<Error()>& perform)>;
+
 /// What a RecordingLibrary's cameras share. Any thread.
 class CallRecorder {
 public:
     template <typename Call> Error Run(Operation eOperation, int iCamera, std::string strArguments, const Call& call)
     {
+        LibraryCall told { eOperation, iCamera, std::move(strArguments), ErrorType::Ok };
         std::optional<ErrorType> failure = Begin(eOperation, iCamera);
-        const Error error = failure ? Error(*failure) : call();
+        const Error error = failure ? Error(*failure) : m_around ? m_around(told, call) : call();
+        told.eResult = error.GetType();
         std::lock_guard lock(m_mutex);
-        m_calls.push_back({ eOperation, iCamera, std::move(strArguments), error.GetType() });
+        m_calls.push_back(std::move(told));
         return error;
     }
 
@@ -93,8 +99,9 @@ public:
         std::lock_guard lock(m_mutex);
         m_faults.clear();
     }
-    /// Changed only while no other thread uses the library.
+    // Changed only while no other thread uses the library.
     LibraryAnswers m_answers;
+    AroundCall m_around; ///< carries each call out, or does not; null: every call is carried out
 
 private:
     struct ArmedFault {
@@ -455,6 +462,7 @@ public:
     void Fail(const LibraryFault& fault) { m_recorder.Fail(fault); }
     void ClearFaults() { m_recorder.ClearFaults(); }
     LibraryAnswers& Answers() { return m_recorder.m_answers; }
+    void Around(AroundCall around) { m_recorder.m_around = std::move(around); }
 
     BusManager& GetBusManager() override { return *this; }
     std::vector<CameraInfo> ListCameras() override { return m_inner.ListCameras(); }
