@@ -53,6 +53,7 @@ enum class Seam {
     RefreshPanel,
     ShowControlPanel,
     SetStatusText,
+    AddRecentFile,
     BeginProgress,
     SetProgress,
     EndProgress,

@@ -78,6 +78,11 @@ public:
         (void)m_board.Enter(Seam::SetStatusText);
         m_inner.SetStatusText(strText);
     }
+    void AddRecentFile(const std::string& strFile) override
+    {
+        (void)m_board.Enter(Seam::AddRecentFile);
+        m_inner.AddRecentFile(strFile);
+    }
     void BeginProgress(int iRange) override
     {
         (void)m_board.Enter(Seam::BeginProgress);

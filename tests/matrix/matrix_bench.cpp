@@ -260,7 +260,7 @@ bool MatrixBench::ActLive()
         UpdatePresetNames(*m_doc);
     }
     const bool bFlowed = WaitLive(uiBefore + 4);
-    return IsPartner() ? bFlowed : SelectPreset(*m_doc, 1) && WaitLive(3) && bFlowed;
+    return bFlowed && (IsPartner() || (SelectPreset(*m_doc, 1) && WaitLive(3)));
 }
 
 bool MatrixBench::ActPlayback()

@@ -71,8 +71,7 @@ int KeptAfter(const Scene& scene, int iFetch)
 void EndCapture(Expected& expected, const Scene& scene, int iFetch)
 {
     expected.bWhole = false;
-    const bool bStartsAgain = scene.eState == State::Live && !scene.pRig->bPartner;
-    expected.bStandstill = !bStartsAgain;
+    expected.bStandstill = true;
     expected.iKeptFrames = KeptAfter(scene, iFetch);
 }
 
@@ -161,13 +160,9 @@ Expected ExpectEach(const Trace& trace, CallKind kind, int iCamera)
         }
         if (pRow->eEffect == Effect::Ends) {
             EndCapture(expected, trace.scene, 0);
-            // The other cameras' threads may have come as far, and the preset starts them all once more.
-            expected.bExact = iCamera != kAnyCamera && expected.bStandstill;
-            expected.bTold = true;
-            for (int c = 0; !expected.bExact && c < trace.scene.pRig->iCameras; ++c)
-                if (iCamera == kAnyCamera || c == iCamera)
-                    for (int iTimes = 0; iTimes < 2; ++iTimes)
-                        AddEveryText(expected, trace, c, ErrorOf(Way::Refused));
+            if (iCamera == kAnyCamera) // the other cameras' threads may have come as far
+                for (int c = 0; c < trace.scene.pRig->iCameras; ++c)
+                    AddEveryText(expected, trace, c, ErrorOf(Way::Refused));
             break;
         }
     }
@@ -200,6 +195,8 @@ Expected ExpectUnplugged(const Trace& trace, std::size_t uiCall)
         const CallRow* const pRow = trace.rows[i];
         if (trace.calls[i].iCamera != iCamera || pRow == nullptr || pRow->eEffect == Effect::GoesOn)
             continue;
+        if (pEnd != nullptr && pRow->eStep == Step::Running)
+            break; // nobody goes on to the preset
         expected.bTold = true;
         if (pEnd == nullptr && pRow->eEffect == Effect::Ends)
             pEnd = pRow;
@@ -217,9 +214,6 @@ Expected ExpectUnplugged(const Trace& trace, std::size_t uiCall)
         EndCapture(expected, trace.scene, IsFetch(trace.calls[uiCall]) ? trace.calls[uiCall].iNth : 0);
     if (pGivesUp != nullptr)
         GiveUp(expected, trace.scene, *pGivesUp);
-    const bool bFlowing = trace.scene.eState == State::Live && !trace.scene.pRig->bPartner;
-    if (bFlowing) // its capture may have ended before the preset's configuration failed
-        expected.bStandstill = expected.bExit = true;
     return expected;
 }
 
