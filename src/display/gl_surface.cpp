@@ -1,5 +1,6 @@
 #include "display/gl_surface.h"
 
+#include "display/gl_driver.h"
 #include "display/view_messages.h"
 #include "display/vireo_view.h"
 
@@ -28,7 +29,7 @@ GlSurface::~GlSurface()
     if (!m_bReady)
         return;
     makeCurrent();
-    if (QOpenGLContext::currentContext() != context())
+    if (!m_view.m_glDriver->IsBound(context()))
         m_view.ShowFailure(view_messages::kUnbindFailed);
     else
         m_painter.Release();

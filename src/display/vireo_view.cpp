@@ -4,6 +4,7 @@
 #include "app/number_text.h"
 #include "app/settings_records.h"
 #include "camera/document_settings.h"
+#include "display/gl_driver.h"
 #include "display/gl_surface.h"
 #include "display/view_messages.h"
 
@@ -12,8 +13,6 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMouseEvent>
-#include <QOffscreenSurface>
-#include <QOpenGLContext>
 #include <QPainter>
 #include <QScrollBar>
 #include <cmath>
@@ -45,13 +44,14 @@ std::string ViewTitle(int iCameraNumber, std::uint32_t uiSerialNumber)
 
 int ViewNumber(const std::string& strName) { return strName.size() > 3 ? TextToInt(strName.substr(3)) : 0; }
 
-CVireoView::CVireoView(
-    CVireoDoc& doc, ViewHooks hooks, DrawingPath path, QWidget* pParent, AffinePainter::MakeSurface makeSurface)
+CVireoView::CVireoView(CVireoDoc& doc, ViewHooks hooks, DrawingPath path, QWidget* pParent,
+    AffinePainter::MakeSurface makeSurface, std::shared_ptr<GlDriver> glDriver)
     : QWidget(pParent)
     , m_doc(doc)
     , m_hooks(std::move(hooks))
     , m_path(path)
     , m_iCameraIndex(doc.m_windows.m_iViewCount)
+    , m_glDriver(glDriver ? std::move(glDriver) : std::make_shared<GlDriver>())
     , m_affinePainter(std::move(makeSurface))
 {
     setObjectName(QStringLiteral("view%1").arg(m_iCameraIndex));
@@ -79,17 +79,16 @@ bool CVireoView::InitOpenGL()
     if (m_bOpenGLReady)
         return true;
     QOffscreenSurface probe;
-    probe.create();
-    if (!probe.isValid()) {
+    if (!m_glDriver->ObtainSurface(probe)) {
         ShowFailure(view_messages::kNoSurface);
         return false;
     }
     QOpenGLContext context;
-    if (!context.create()) {
+    if (!m_glDriver->CreateContext(context)) {
         ShowFailure(view_messages::kNoContext);
         return false;
     }
-    if (!context.makeCurrent(&probe)) {
+    if (!m_glDriver->Bind(context, probe)) {
         ShowFailure(view_messages::kBindFailed);
         return false;
     }

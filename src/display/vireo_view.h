@@ -14,6 +14,7 @@ class QMdiSubWindow;
 
 namespace vireo {
 
+class GlDriver;
 class GlSurface;
 
 /// What a view asks of the windows around it. Each may be empty.
@@ -31,7 +32,7 @@ class CVireoView : public QWidget {
 public:
     /// A view of the camera that is next in turn. Texts of failures are shown as they happen.
     CVireoView(CVireoDoc& doc, ViewHooks hooks, DrawingPath path = kDrawingPath, QWidget* pParent = nullptr,
-        AffinePainter::MakeSurface makeSurface = {});
+        AffinePainter::MakeSurface makeSurface = {}, std::shared_ptr<GlDriver> glDriver = {});
     ~CVireoView() override;
 
     /// Once, when the child frame exists and the document is open: stored place, title and transform.
@@ -96,6 +97,7 @@ private:
 
     bool m_bOpenGLReady = false;
     GlSurface* m_pGlSurface = nullptr; ///< child widget
+    const std::shared_ptr<GlDriver> m_glDriver;
     AffinePainter m_affinePainter;
 
     MouseState m_mouse;

@@ -23,9 +23,11 @@ protected:
     CVireoDoc& Doc() { return m_document.Doc(); }
 
     /// A new view in a frame, drawing nothing yet.
-    CVireoView& OpenView(DrawingPath path = {}, ViewHooks hooks = {}, AffinePainter::MakeSurface makeSurface = {})
+    CVireoView& OpenView(DrawingPath path = {}, ViewHooks hooks = {}, AffinePainter::MakeSurface makeSurface = {},
+        std::shared_ptr<GlDriver> glDriver = {})
     {
-        auto* pView = new CVireoView(Doc(), std::move(hooks), path, nullptr, std::move(makeSurface));
+        auto* pView =
+            new CVireoView(Doc(), std::move(hooks), path, nullptr, std::move(makeSurface), std::move(glDriver));
         QMdiSubWindow* pFrame = m_area.addSubWindow(pView);
         pFrame->resize(pFrame->sizeHint());
         m_bPlaced = pView->OnInitialUpdate();

@@ -1,3 +1,4 @@
+#include "display/gl_driver.h"
 #include "view_fixture.h"
 
 #include <QOpenGLWidget>
@@ -38,6 +39,68 @@ TEST_F(VireoViewGl, ClosesWithoutAWord)
     FrameOf(view).close();
     Pump();
     EXPECT_TRUE(m_document.Messages().empty());
+}
+
+/// Refuses one of the steps to OpenGL.
+struct RefusingDriver : GlDriver {
+    enum Step { kSurface, kContext, kBind, kNone };
+    explicit RefusingDriver(Step eRefused)
+        : m_eRefused(eRefused)
+    {
+    }
+    bool ObtainSurface(QOffscreenSurface& surface) override
+    {
+        return m_eRefused != kSurface && GlDriver::ObtainSurface(surface);
+    }
+    bool CreateContext(QOpenGLContext& context) override
+    {
+        return m_eRefused != kContext && GlDriver::CreateContext(context);
+    }
+    bool Bind(QOpenGLContext& context, QSurface& surface) override
+    {
+        return m_eRefused != kBind && GlDriver::Bind(context, surface);
+    }
+    bool IsBound(const QOpenGLContext*) override { return false; }
+    Step m_eRefused;
+};
+
+TEST_F(VireoViewGl, EveryStepThatTheDriverRefusesIsToldAndTheViewStays)
+{
+    const struct {
+        RefusingDriver::Step eRefused;
+        const char* pText;
+    } rows[] = {
+        { RefusingDriver::kSurface, "Error Obtaining DC" },
+        { RefusingDriver::kContext, "Error Creating RC." },
+        { RefusingDriver::kBind, "Error binding OpenGL." },
+    };
+    for (const auto& row : rows) {
+        m_document.Forget();
+        Doc().m_windows.m_iViewCount = 0;
+        CVireoView& view = OpenView({ true, false }, {}, {}, std::make_shared<RefusingDriver>(row.eRefused));
+        EXPECT_EQ(m_document.Messages(), std::vector<std::string> { row.pText });
+        EXPECT_FALSE(view.IsOpenGLReady());
+        SetPicture(0, 320, 240, 100, PixelFormat::Bgr);
+        view.Refresh();
+        Pump();
+        EXPECT_EQ(view.grab().toImage().pixelColor(10, 10), QColor(Qt::black)) << row.pText;
+        EXPECT_EQ(FrameOf(view).windowTitle(), QStringLiteral("CAM01: 13000001"));
+        FrameOf(view).close();
+        Pump();
+        EXPECT_EQ(m_document.Messages().size(), 1U) << "nothing is left to be given back";
+    }
+}
+
+TEST_F(VireoViewGl, ContextThatIsNotHadAnyMoreAtTheEndIsTold)
+{
+    CVireoView& view = OpenView({ true, false }, {}, {}, std::make_shared<RefusingDriver>(RefusingDriver::kNone));
+    SetPicture(0, 320, 240, 100, PixelFormat::Bgr);
+    view.Refresh();
+    Pump();
+    EXPECT_TRUE(m_document.Messages().empty());
+    FrameOf(view).close();
+    delete &FrameOf(view);
+    EXPECT_EQ(m_document.Messages(), std::vector<std::string> { "Error unbinding OpenGL." });
 }
 
 TEST_F(VireoViewGl, PictureOfTheOtherFormatDrawsNothing)

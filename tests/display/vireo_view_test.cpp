@@ -71,6 +71,21 @@ TEST_F(VireoView, FrameFitsThePictureAfterADrawAndUndoesAResize)
     EXPECT_EQ(FrameOf(view).pos(), corner);
 }
 
+TEST_F(VireoView, IsAsLargeAsTheSizeIndexSaysUntilThereIsAPicture)
+{
+    const CVireoView& view = OpenView();
+    const struct {
+        int iIndex;
+        QSize size;
+    } rows[] = { { 0, { 640, 480 } }, { 1, { 1024, 768 } }, { 2, { 1280, 720 } }, { 3, { 1920, 1080 } },
+        { 4, { 640, 480 } }, { -1, { 640, 480 } }, { 2147483647, { 640, 480 } } };
+    for (const auto& row : rows) {
+        Doc().m_parameters.m_iImageSizeIndex = row.iIndex;
+        EXPECT_EQ(view.DefaultPictureSize(), row.size) << row.iIndex;
+        EXPECT_EQ(view.sizeHint(), row.size) << row.iIndex;
+    }
+}
+
 TEST_F(VireoView, KeepsItsPlaceInTheRowWhileDrawing)
 {
     CVireoView& first = OpenView();
