@@ -11,6 +11,7 @@ namespace vireo {
 namespace menu {
 constexpr int kSaveAvi = 57603;
 constexpr int kPrint = 57607;
+constexpr int kPrintDirect = 57608; ///< on the usual printer, without asking; posted only
 constexpr int kRecentFile1 = 57616; ///< to 57619
 constexpr int kRecentFiles = 4;
 constexpr int kExit = 57665;

@@ -50,8 +50,9 @@ void Desktop::CarryOut(int iCommand)
     case menu::kPanelPosition: ClearPanelPosition(); break;
     case menu::kSaveAvi: SaveAviFiles(); break;
     case menu::kPrint:
+    case menu::kPrintDirect:
         if (CVireoView* pView = ActiveView())
-            PrintWidget(*pView, m_frame.get());
+            PrintWidget(*pView, m_frame.get(), iCommand == menu::kPrint ? Ask::Always : Ask::WithoutAPrinter);
         break;
     case menu::kCopy: CopyPicture(); break;
     case menu::kCascade:
@@ -139,19 +140,19 @@ void Desktop::TileUnplacedViews()
 
 void Desktop::ArrangeViews(int iCommand)
 {
+    if (m_frames.empty())
+        return;
     m_bViewsPlaced = true;
-    QPoint position;
-    for (CChildFrame* pFrame : m_frames) {
+    const int iCount = static_cast<int>(m_frames.size());
+    const CChildFrame& first = *m_frames.front();
+    const QSize area = m_frame->Area().viewport()->size();
+    const int iTitle = first.height() - first.View()->height();
+    const QList<QPoint> tiles = TilePositions(iCount, first.size(), area, iCommand == menu::kTileRows ? 1 : iCount);
+    for (int i = 0; i < iCount; ++i) {
+        CChildFrame* pFrame = m_frames[static_cast<std::size_t>(i)];
+        const QPoint position = iCommand == menu::kCascade ? QPoint(iTitle, iTitle) * i : tiles.at(i);
         pFrame->View()->MoveFrame({ position, pFrame->size() });
-        const int iTitle = pFrame->height() - pFrame->View()->height();
-        if (iCommand == menu::kCascade) {
-            position += QPoint(iTitle, iTitle);
-            pFrame->raise();
-        } else if (iCommand == menu::kTileRows) {
-            position.ry() += pFrame->height();
-        } else {
-            position.rx() += pFrame->width();
-        }
+        pFrame->raise(); // what overlaps leaves the beginning of the one before it free
     }
 }
 

@@ -4,19 +4,22 @@
 #include <QPixmap>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
 #include <QWidget>
 
 namespace vireo {
 
-void PrintWidget(QWidget& widget, QWidget* pOwner)
+void PrintWidget(QWidget& widget, QWidget* pOwner, Ask eAsk)
 {
     const QPixmap picture = widget.grab();
     QPrinter printer(QPrinter::HighResolution);
     printer.setPageOrientation(QPageLayout::Landscape);
-    QPrintDialog dialog(&printer, pOwner);
-    dialog.setWindowTitle(QStringLiteral("印刷"));
-    if (dialog.exec() != QDialog::Accepted)
-        return;
+    if (eAsk == Ask::Always || QPrinterInfo::defaultPrinter().isNull()) {
+        QPrintDialog dialog(&printer, pOwner);
+        dialog.setWindowTitle(QStringLiteral("印刷"));
+        if (dialog.exec() != QDialog::Accepted)
+            return;
+    }
     QPainter painter(&printer);
     const QRectF page = printer.pageLayout().paintRectPixels(printer.resolution());
     QSizeF size = picture.size();

@@ -3,7 +3,11 @@ class QWidget;
 
 namespace vireo {
 
-/// Asks for a printer and prints the widget as it is drawn, as large as the page allows.
-void PrintWidget(QWidget& widget, QWidget* pOwner);
+/// When printing opens its dialog.
+enum class Ask { Always, WithoutAPrinter };
+
+/// Prints the widget as it is drawn, as large as the page allows: on the printer that is asked for, or on the usual
+/// one.
+void PrintWidget(QWidget& widget, QWidget* pOwner, Ask eAsk = Ask::Always);
 
 } // namespace vireo

@@ -48,10 +48,11 @@ QRect InsideArea(const QRect& wanted, const QSize& area)
     return { QPoint(iLeft, iTop), wanted.size() };
 }
 
-QList<QPoint> TilePositions(int iCount, const QSize& window, const QSize& area)
+QList<QPoint> TilePositions(int iCount, const QSize& window, const QSize& area, int iColumns)
 {
     QList<QPoint> positions;
-    const int iColumns = std::max(1, static_cast<int>(std::ceil(std::sqrt(static_cast<double>(iCount)))));
+    if (iColumns < 1)
+        iColumns = std::max(1, static_cast<int>(std::ceil(std::sqrt(static_cast<double>(iCount)))));
     const int iRows = (iCount + iColumns - 1) / iColumns;
     const auto step = [](int iSteps, int iWindow, int iArea) {
         return iSteps < 1 ? 0 : std::min(iWindow, std::max(kGrip, (iArea - iWindow) / iSteps));

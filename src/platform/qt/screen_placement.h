@@ -18,7 +18,7 @@ QRect OnVisibleScreen(const QRect& wanted, const QList<QRect>& screens);
 QRect InsideArea(const QRect& wanted, const QSize& area);
 
 /// Places of `iCount` windows of one size, row by row, so that all can be seen in the area: side by side
-/// when they fit, else overlapping evenly.
-QList<QPoint> TilePositions(int iCount, const QSize& window, const QSize& area);
+/// when they fit, else overlapping evenly. `iColumns` stand in a row; 0: as many as make a square.
+QList<QPoint> TilePositions(int iCount, const QSize& window, const QSize& area, int iColumns = 0);
 
 } // namespace vireo

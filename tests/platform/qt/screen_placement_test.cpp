@@ -67,6 +67,13 @@ TEST(TilePositions, StandSideBySideWhenTheyFit)
     EXPECT_EQ(TilePositions(1, { 600, 500 }, { 100, 100 }), QList<QPoint>({ { 0, 0 } }));
 }
 
+TEST(TilePositions, StandInOneRowOrOneColumnWhenAsked)
+{
+    EXPECT_EQ(TilePositions(3, { 600, 500 }, { 1800, 600 }, 3), QList<QPoint>({ { 0, 0 }, { 600, 0 }, { 1200, 0 } }));
+    EXPECT_EQ(TilePositions(3, { 600, 500 }, { 1000, 900 }, 1), QList<QPoint>({ { 0, 0 }, { 0, 200 }, { 0, 400 } }));
+    EXPECT_EQ(TilePositions(3, { 600, 500 }, { 100, 100 }, 1), QList<QPoint>({ { 0, 0 }, { 0, 48 }, { 0, 96 } }));
+}
+
 TEST(TilePositions, OverlapEvenlyWhenTheyDoNot)
 {
     const auto positions = TilePositions(4, { 648, 508 }, { 800, 520 });
