@@ -402,6 +402,15 @@ void CamControlDlg::KeyReleased()
 
 void CamControlDlg::reject() { m_doc.GetPlatform().window.PostCommand(command::kTogglePanel); }
 
+// Another look needs more room, or less.
+void CamControlDlg::changeEvent(QEvent* pEvent)
+{
+    QDialog::changeEvent(pEvent);
+    if (pEvent->type() == QEvent::StyleChange && isVisible())
+        QMetaObject::invokeMethod(
+            this, [this] { adjustSize(); }, Qt::QueuedConnection);
+}
+
 void CamControlDlg::closeEvent(QCloseEvent* pEvent)
 {
     pEvent->ignore();

@@ -59,6 +59,7 @@ public:
     void reject() override;
 
 protected:
+    void changeEvent(QEvent* pEvent) override;
     void closeEvent(QCloseEvent* pEvent) override;
     bool eventFilter(QObject* pReceiver, QEvent* pEvent) override;
 

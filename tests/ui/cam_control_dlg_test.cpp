@@ -258,6 +258,9 @@ TEST_F(CamControlDlgTest, StepsStayWithinTheRecording)
         EXPECT_EQ(Text(1035), QString::fromLatin1(pText));
     }
     EXPECT_EQ(Doc().m_windows.m_iCurFrame, 2);
+    ById<QLabel>(*m_panel, 1035)->clear();
+    Button(1018).click();
+    EXPECT_EQ(Text(1035), QStringLiteral("0003/0003")) << "written again where nothing moved";
 }
 
 TEST_F(CamControlDlgTest, MarksAreStoredFrom0AndShownFrom1)

@@ -1,10 +1,12 @@
 #include "app/qt/application_look.h"
 
 #include <QApplication>
+#include <QPainter>
 #include <QPalette>
 #include <QProxyStyle>
 #include <QStyle>
 #include <QStyleFactory>
+#include <QStyleOptionTitleBar>
 
 namespace vireo {
 
@@ -33,7 +35,7 @@ constexpr ApplicationLook kLooks[] = {
         Rgb(0x3D7BD0), Rgb(0xEFF6FF), Rgb(0xC5DAF5), Rgb(0x8DB2E3), Rgb(0x15428B), Rgb(0xFFF8DC), Rgb(0xFFDF8C),
         Rgb(0xDDB54B), Rgb(0x22303F), false },
     { 216, "Office 2007 (ブラック)(&K)", "Fusion", Rgb(0x3A3D42), Rgb(0x26282C), Rgb(0xF0F1F3), Rgb(0x4A4E55),
-        Rgb(0xE39A1C), Rgb(0x5C6169), Rgb(0x2A2D31), Rgb(0x17191C), Rgb(0xF4F5F7), Rgb(0x7C6A3C), Rgb(0x5B4A1D),
+        Rgb(0xB46A0C), Rgb(0x5C6169), Rgb(0x2A2D31), Rgb(0x17191C), Rgb(0xF4F5F7), Rgb(0x7C6A3C), Rgb(0x5B4A1D),
         Rgb(0xE3B44A), Rgb(0x121316), false },
     { 217, "Office 2007 (シルバー)(&S)", "Fusion", Rgb(0xE2E4EA), Rgb(0xFFFFFF), Rgb(0x2B2F3A), Rgb(0xF1F2F6),
         Rgb(0x6F7E9E), Rgb(0xFAFBFD), Rgb(0xCDD1DC), Rgb(0xA5ABBB), Rgb(0x3B4152), Rgb(0xFFF3D1), Rgb(0xFCD98B),
@@ -43,7 +45,7 @@ constexpr ApplicationLook kLooks[] = {
         Rgb(0xDDB54B), Rgb(0x1F3836), false },
 };
 
-/// The base style, without icons on plain buttons.
+/// The base style, without icons on plain buttons, and with close boxes that can be seen on dark titles.
 class LookStyle : public QProxyStyle {
 public:
     using QProxyStyle::QProxyStyle;
@@ -53,6 +55,30 @@ public:
         if (eHint == SH_DialogButtonBox_ButtonsHaveIcons)
             return 0;
         return QProxyStyle::styleHint(eHint, pOption, pWidget, pReturn);
+    }
+    void drawComplexControl(ComplexControl eControl, const QStyleOptionComplex* pOption, QPainter* pPainter,
+        const QWidget* pWidget) const override
+    {
+        const auto* pTitle = qstyleoption_cast<const QStyleOptionTitleBar*>(pOption);
+        const bool bDarkTitle = eControl == CC_TitleBar && pTitle != nullptr
+            && !(pTitle->titleBarState & static_cast<int>(State_Active))
+            && pTitle->palette.color(QPalette::Window).lightness() < 128;
+        if (!bDarkTitle || !(pTitle->subControls & SC_TitleBarCloseButton)) {
+            QProxyStyle::drawComplexControl(eControl, pOption, pPainter, pWidget);
+            return;
+        }
+        QStyleOptionTitleBar rest(*pTitle); // the base style draws the box black
+        rest.subControls &= ~SC_TitleBarCloseButton;
+        QProxyStyle::drawComplexControl(eControl, &rest, pPainter, pWidget);
+        const QRectF box = proxy()->subControlRect(CC_TitleBar, pTitle, SC_TitleBarCloseButton, pWidget);
+        const qreal dMargin = box.height() * 0.32;
+        const QRectF cross = box.adjusted(dMargin, dMargin, -dMargin, -dMargin);
+        pPainter->save();
+        pPainter->setRenderHint(QPainter::Antialiasing);
+        pPainter->setPen(QPen(pTitle->palette.color(QPalette::WindowText), 1.8));
+        pPainter->drawLine(cross.topLeft(), cross.bottomRight());
+        pPainter->drawLine(cross.topRight(), cross.bottomLeft());
+        pPainter->restore();
     }
 };
 

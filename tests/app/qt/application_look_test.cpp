@@ -3,8 +3,12 @@
 #include <QApplication>
 #include <QLabel>
 #include <QMainWindow>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QPushButton>
 #include <QStatusBar>
+#include <QStyle>
+#include <QStyleOptionTitleBar>
 #include <QToolBar>
 #include <gtest/gtest.h>
 #include <map>
@@ -60,7 +64,45 @@ TEST(ApplicationLook, TextStandsOutFromItsGroundInEveryLook)
         ApplyLook(*qApp, look);
         const QPalette palette = QApplication::palette();
         EXPECT_GT(contrast(palette.color(QPalette::HighlightedText).rgb(), look.highlight), 110);
+        EXPECT_GT(contrast(qRgb(255, 255, 255), look.highlight), 110) << "the active title is white on it";
         EXPECT_LT(qGray(look.area), 110) << "pictures stand on dark ground";
+    }
+}
+
+TEST(ApplicationLook, CloseBoxesOfTheViewsCanBeSeenInEveryLook)
+{
+    QMdiArea area;
+    area.resize(500, 300);
+    QMdiSubWindow* pFirst = area.addSubWindow(new QWidget);
+    QMdiSubWindow* pSecond = area.addSubWindow(new QWidget);
+    for (QMdiSubWindow* pFrame : { pFirst, pSecond }) {
+        pFrame->setWindowFlags(Qt::SubWindow | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint
+            | Qt::WindowCloseButtonHint);
+        pFrame->resize(220, 150);
+    }
+    area.show();
+    for (const ApplicationLook& look : ApplicationLooks()) {
+        ApplyLook(*qApp, look);
+        for (QMdiSubWindow* pActive : { pFirst, pSecond }) {
+            area.setActiveSubWindow(pActive);
+            QApplication::processEvents();
+            QStyleOptionTitleBar option;
+            option.initFrom(pFirst);
+            option.titleBarFlags = pFirst->windowFlags();
+            option.rect.setHeight(pFirst->style()->pixelMetric(QStyle::PM_TitleBarHeight, &option, pFirst));
+            const QRect box =
+                pFirst->style()->subControlRect(QStyle::CC_TitleBar, &option, QStyle::SC_TitleBarCloseButton, pFirst);
+            ASSERT_GT(box.width(), 8);
+            const QImage title = pFirst->grab().toImage();
+            int iDarkest = 255;
+            int iBrightest = 0;
+            for (int iX = box.left() + 4; iX <= box.right() - 4; ++iX) // without the edge of the box
+                for (int iY = box.top() + 4; iY <= box.bottom() - 4; ++iY) {
+                    iDarkest = std::min(iDarkest, qGray(title.pixel(iX, iY)));
+                    iBrightest = std::max(iBrightest, qGray(title.pixel(iX, iY)));
+                }
+            EXPECT_GT(iBrightest - iDarkest, 90) << look.iId << (pActive == pFirst ? " active" : " inactive");
+        }
     }
 }
 
