@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Kills the real programs at random moments and looks at what they leave behind.
 
-kills.py --record PROGRAM --tessel PROGRAM [--seed N] [--keep FOLDER] COUNT
+kills.py --record PROGRAM --tessel PROGRAM [--seed N] [--seconds N] [--keep FOLDER] COUNT
 
 After each kill: settings whole, finished files untouched, the file that was being written plays up to its last flush,
 nothing keeps the next start from working. One eighth of the kills at least hits a rewrite of the settings.
@@ -108,12 +108,11 @@ class Soak:
         for name in os.listdir(os.path.join(self.folder, "tmp")):
             shutil.rmtree(os.path.join(self.folder, "tmp", name))
 
-    def run(self, count):
-        wanted = max(1, count // 8)
+    def run(self, count, limit):
         plan = [SETTINGS] * (count // 4) + [DESKTOP_PHASES[i % 4] for i in range(count // 5)]
         plan += [RECORD_PHASES[i % 5] for i in range(count - len(plan))]
         self.random.shuffle(plan)
-        while plan:
+        while plan and time.monotonic() < limit:
             phase = plan.pop()
             for _ in range(20):
                 if self.kill_once(phase):
@@ -121,6 +120,7 @@ class Soak:
                     break
             else:
                 raise Stuck(f"no kill ever meets the phase {phase}")
+            wanted = max(1, sum(self.kills.values()) // 8)
             if not plan and self.found["kills inside a rewrite of the settings"] < wanted:
                 plan = [SETTINGS]
         # After the last of them everything works as on the first day.
@@ -142,6 +142,7 @@ def main():
     parser.add_argument("--record", required=True)
     parser.add_argument("--tessel", required=True)
     parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--seconds", type=float, default=3600.0, help="no new victim after that time")
     parser.add_argument("--keep", help="where the victim's files go when something is wrong")
     parser.add_argument("count", type=int)
     arguments = parser.parse_args()
@@ -151,7 +152,7 @@ def main():
     print(f"kills: seed {arguments.seed}", flush=True)
     try:
         soak.calibrate()
-        soak.run(arguments.count)
+        soak.run(arguments.count, begin + arguments.seconds)
         failed = None
     except (recordings.Broken, Stuck) as problem:
         failed = problem

@@ -9,6 +9,7 @@
 #include "capture/grab_threads.h"
 #include "platform/headless/headless_window.h"
 #include "platform/imaging/pixel_converter.h"
+#include "platform/linux/memory.h"
 #include "platform/simulated/simulated_library.h"
 #include "platform/time/virtual_clock.h"
 #include "support/temporary_folder.h"
@@ -38,6 +39,7 @@ public:
         m_platform = std::make_unique<TestPlatform>(TestPlatformParts { .pClock = &m_clock,
             .pCameras = m_library.get(),
             .pWindow = &m_window,
+            .pMemory = &m_memory,
             .pConverter = m_converter.get(),
             .pVideo = &video });
         m_app = std::make_unique<CVireoApp>(m_platform->m_platform);
@@ -105,6 +107,7 @@ public:
     std::vector<std::string> Messages() const { return m_window.Messages(); }
 
     VirtualClock m_clock;
+    LinuxMemory m_memory { m_clock }; ///< the real one: mapped, touched by threads, given back
     HeadlessWindow m_window { m_clock, {} };
     bool m_bExitPosted = false;
 
