@@ -20,6 +20,7 @@ CHECKS = {
     "options": pages.options,
     "paths": pages.paths,
     "links": pages.links,
+    "reliability": pages.reliability,
     "versions": pages.versions,
     "partner_python": examples.partner_python,
     "partner_shell": examples.partner_shell,

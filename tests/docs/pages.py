@@ -132,6 +132,41 @@ def links(house):
     return compared, failures
 
 
+def known_tests(house):
+    """The names under which tests run: PROGRAM.SUITE.NAME, or GROUP.NAME where no test framework names them."""
+    known = set()
+    for cmake in sorted(house.source.glob("tests/**/CMakeLists.txt")):
+        text = cmake.read_text(encoding="utf-8")
+        for program in re.findall(r"vireo_(?:\w+_)?test\((\w+)", text):
+            called = re.search(rf"vireo_(?:\w+_)?test\({program}\s+([^)]*)", text).group(1)
+            names = re.findall(r"[\w/]+\.cpp", called) or [f"{program}.cpp"]
+            for name in names:
+                source = cmake.parent / name
+                cases = source.read_text(encoding="utf-8") if source.exists() else ""
+                for suite, case in re.findall(r"^TEST(?:_[FP])?\((\w+),\s*(\w+)\)", cases, re.M):
+                    known.add(f"{program}.{suite}.{case}")
+        for group, rule in (("soak", "vireo_soak_test"), ("stop_start_model", "vireo_model_test"), ("fuzz", "vireo_fuzz")):
+            known |= {f"{group}.{case}" for case in re.findall(rf"^{rule}\((\w+)", text, re.M)}
+    return known
+
+
+def reliability(house):
+    """Tests and steps that the page of promises names are there; it names every step."""
+    page = house.read("docs/reliability.md")
+    known = known_tests(house)
+    failures = []
+    named = [span for span in re.findall(r"`([^`\n]+)`", page) if re.fullmatch(r"\w+(\.\w+)*\.(\w+|\*)", span)]
+    named = [span for span in named if not re.search(r"\.(py|cpp|pml|avi|csv|json)$", span)]
+    for name in named:
+        if not any(test == name or (name.endswith("*") and test.startswith(name[:-1])) for test in known):
+            failures.append(f"there is no test {name}")
+    steps = set(re.search(r"^all=\(([\w ]+)\)", house.read("scripts/soak"), re.M).group(1).split())
+    told = set(re.findall(r"^\| `(\w+)` \|", page, re.M))
+    failures += [f"scripts/soak has no step {step}" for step in sorted(told - steps)]
+    failures += [f"the step {step} of scripts/soak is not told" for step in sorted(steps - told)]
+    return len(named) + len(steps), failures
+
+
 def versions(house):
     """The version is the project's, in every program and on every page."""
     failures = []
