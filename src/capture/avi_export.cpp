@@ -189,8 +189,11 @@ private:
             strNative = *strPath + ".avi";
             if (!m_plan.bAskOnCollision || !IsBaseTaken(*strPath))
                 return true;
+            std::string strNoFolder; // the dialog opens elsewhere then
+            const std::optional<std::string> strFolder =
+                ToNativePath(m_doc.GetPlatform().paths, m_doc.m_naming.m_strSaveFolder, strNoFolder);
             const std::optional<std::string> strChosen = m_doc.GetPlatform().window.ChooseSavePath(
-                { "ファイル(*.avi)", "*.avi", "avi", m_doc.m_naming.m_strSaveFolder });
+                { "ファイル(*.avi)", "*.avi", "avi", strFolder.value_or(std::string()) });
             if (!strChosen)
                 return false;
             strBase = CutAtFirstDot(*strChosen);

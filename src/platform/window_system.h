@@ -33,7 +33,7 @@ struct SavePathRequest {
     std::string strFilter; ///< "ファイル(*.avi)"
     std::string strInitialName; ///< "*.avi"
     std::string strDefaultExtension; ///< "avi"
-    std::string strInitialFolder;
+    std::string strInitialFolder; ///< native; empty: wherever the dialog opens
 };
 
 /// What the core asks of the screen. Two implementations: Qt, and one without a display.

@@ -3,6 +3,7 @@
 #include "app/native_path.h"
 #include "camera/document_settings.h"
 #include "camera/record_time.h"
+#include "platform/qt/file_dialog_room.h"
 #include "ui/up_down_edit.h"
 
 #include <QCheckBox>
@@ -51,6 +52,7 @@ std::optional<QString> AskForFolder(QWidget* pOwner, const QString& strFolder)
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.setOption(QFileDialog::ShowDirsOnly);
     dialog.setFileMode(QFileDialog::Directory);
+    GiveRoom(dialog);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
         return std::nullopt;
     return dialog.selectedFiles().constFirst();

@@ -1,5 +1,6 @@
 #include "avi_export_bench.h"
 
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -198,6 +199,32 @@ TEST_F(AviExport, ATakenNameAsksForAnotherPathWhichIsCutAtItsFirstDot)
     EXPECT_EQ(requests[0].strInitialName, "*.avi");
     EXPECT_EQ(requests[0].strDefaultExtension, "avi");
     EXPECT_EQ(requests[0].strInitialFolder, m_folder.Path());
+}
+
+TEST_F(AviExport, TheQuestionBeginsInTheSaveFolderAsTheSystemNamesIt)
+{
+    m_test->m_paths.m_drives['c'] = m_folder.Path();
+    const struct {
+        const char* pSaveFolder;
+        std::string strInitialFolder;
+    } kRows[] = { { "c:\\takes\\today", Path("takes/today") }, { "c:\\", Path("") }, { "x:\\takes", "" } };
+    for (const auto& row : kRows) {
+        FillStore();
+        m_test->m_window.Clear();
+        m_doc->m_naming.m_strSaveFolder = row.pSaveFolder;
+        m_doc->m_naming.m_strFileTitle = "take";
+        std::filesystem::create_directories(Path("takes/today"));
+        for (const char* pFolder : { "", "takes/today/" })
+            std::ofstream(Path(std::string(pFolder) + "take-cam1-0000.avi"));
+        SaveAviAutomatic(*m_doc);
+        const auto requests = m_test->m_window.Record().savePathRequests;
+        if (row.strInitialFolder.empty()) {
+            EXPECT_TRUE(requests.empty()) << "a drive without a folder fails before anything is asked";
+            continue;
+        }
+        ASSERT_EQ(requests.size(), 1U) << row.pSaveFolder;
+        EXPECT_EQ(requests[0].strInitialFolder, row.strInitialFolder);
+    }
 }
 
 TEST_F(AviExport, TheQuestionIsRepeatedWhileTheNewNameIsTakenToo)

@@ -1,6 +1,7 @@
 #include "platform/qt/qt_window_system.h"
 
 #include "platform/qt/camera_selection_dlg.h"
+#include "platform/qt/file_dialog_room.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -166,6 +167,7 @@ std::optional<std::string> QtWindowSystem::ChooseSavePath(const SavePathRequest&
     if (!request.strInitialFolder.empty())
         dialog.setDirectory(QString::fromStdString(request.strInitialFolder));
     dialog.selectFile(QString::fromStdString(request.strInitialName));
+    GiveRoom(dialog);
     QApplication::setOverrideCursor(Qt::ArrowCursor);
     const bool bChosen = dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty();
     QApplication::restoreOverrideCursor();

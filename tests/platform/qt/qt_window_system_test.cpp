@@ -5,6 +5,7 @@
 
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QListView>
 #include <QMessageBox>
 #include <thread>
 #include <vector>
@@ -220,6 +221,9 @@ TEST_F(QtWindowSystemTest, SaveDialogAsksAsItShould)
         EXPECT_EQ(shown.nameFilters(), QStringList { QStringLiteral("ファイル(*.avi)") });
         EXPECT_EQ(shown.defaultSuffix(), QStringLiteral("avi"));
         EXPECT_EQ(shown.directory().absolutePath(), QDir::tempPath());
+        const auto* pSideBar = shown.findChild<QListView*>(QStringLiteral("sidebar"));
+        ASSERT_NE(pSideBar, nullptr);
+        EXPECT_GE(pSideBar->width(), pSideBar->sizeHintForColumn(0)) << "no name in it is cut off";
         EXPECT_FALSE(shown.testOption(QFileDialog::DontConfirmOverwrite)) << "asks before it overwrites";
         auto* pName = shown.findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
         ASSERT_NE(pName, nullptr);
