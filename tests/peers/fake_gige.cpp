@@ -24,9 +24,10 @@ namespace {
 using namespace vireo::peers;
 
 constexpr const char* kUsage =
-    "tessel-fake-gige [--camera ADDRESS,SERIAL,MODEL[,modern|older|bare]]...\n"
-    "                 [--count N] [--model MODEL] [--fault RULE]... [--trigger HZ[@DELAY_MS]] [--until-eof]\n"
-    "  RULE = lose|torn|drop:CAMERA@N[xCOUNT] or hang|release|seize|quit:CAMERA@N\n"
+    "tessel-fake-gige [--camera ADDRESS,SERIAL,MODEL[,modern|older|raw|unitless|bare]]...\n"
+    "                 [--count N] [--model MODEL] [--fault RULE]... [--trigger HZ[@DELAY_MS]] [--no-test-packets]\n"
+    "                 [--until-eof]\n"
+    "  RULE = lose|torn|drop|deaf:CAMERA@N[xCOUNT] or hang|release|seize|quit:CAMERA@N\n"
     "         or quit:CAMERA@armed\n"
     "  without --camera: N cameras (default 4) of a model (default GS3-PGE-23S6M) at 127.0.0.1, 127.0.0.2, ...\n";
 
@@ -65,6 +66,10 @@ bool AddCamera(const std::string& strText, Options& options)
     setup.camera.strModel = parts[2];
     if (parts.size() == 4 && parts[3] == "older")
         setup.camera.eDialect = Dialect::Older;
+    else if (parts.size() == 4 && parts[3] == "raw")
+        setup.camera.eDialect = Dialect::Raw;
+    else if (parts.size() == 4 && parts[3] == "unitless")
+        setup.camera.eDialect = Dialect::Unitless;
     else if (parts.size() == 4 && parts[3] == "bare")
         setup.camera.eDialect = Dialect::Bare;
     else if (parts.size() == 4 && parts[3] != "modern")
@@ -88,11 +93,16 @@ bool SetTrigger(const std::string& strText, Generator& generator)
 bool ParseOptions(int argc, char** argv, Options& options)
 {
     int iCount = 4;
+    bool bTestPackets = true;
     std::string strModel = "GS3-PGE-23S6M";
     for (int i = 1; i < argc; i++) {
         const std::string strName = argv[i];
         if (strName == "--until-eof") {
             options.bUntilEof = true;
+            continue;
+        }
+        if (strName == "--no-test-packets") {
+            bTestPackets = false;
             continue;
         }
         if (++i >= argc)
@@ -118,6 +128,7 @@ bool ParseOptions(int argc, char** argv, Options& options)
                 "127.0.0." + std::to_string(i + 1) + "," + std::to_string(15000001 + i) + "," + strModel, options);
     for (std::size_t i = 0; i < options.cameras.size(); i++) {
         options.cameras[i].uiMac = static_cast<std::uint32_t>(i + 1);
+        options.cameras[i].bTestPackets = bTestPackets;
         if (i < options.faults.size())
             options.cameras[i].faults = options.faults[i];
     }

@@ -170,6 +170,8 @@ void GigeCamera::Handle(const std::uint8_t* pData, std::size_t uiSize, const soc
     const std::size_t uiBody = uiSize - kHeader;
     if (IsOwner(from))
         m_heardOwner = now;
+    if (m_bDeaf)
+        return;
     std::vector<std::uint8_t> body;
     std::uint16_t uiStatus = NotImplemented;
     switch (uiCommand) {
@@ -303,7 +305,7 @@ std::uint16_t GigeCamera::WriteWord(std::uint32_t uiAddress, std::uint32_t uiVal
     case reg::kDestination: SetWord(uiAddress, uiValue); return Success;
     case reg::kPacketSize:
         SetWord(uiAddress, uiValue & ~kFireTestPacket);
-        if ((uiValue & kFireTestPacket) != 0)
+        if ((uiValue & kFireTestPacket) != 0 && m_setup.bTestPackets)
             SendTestPacket();
         return Success;
     default: return uiAddress < kBootstrapEnd ? WriteProtect : InvalidAddress;

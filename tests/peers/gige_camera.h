@@ -16,6 +16,7 @@ struct GigeCameraSetup {
     SoftCameraSetup camera;
     std::string strAddress; ///< IPv4 address of this computer that the camera answers at
     std::uint32_t uiMac = 0; ///< low half of its hardware address
+    bool bTestPackets = true; ///< it sends them when asked
     PeerFaults faults;
 };
 
@@ -98,6 +99,7 @@ private:
     sockaddr_in m_owner {}; ///< port 0: nobody controls
     std::int64_t m_heardOwner = 0;
     bool m_bControlTaken = false; ///< once, by a fault
+    bool m_bDeaf = false;
     std::uint16_t m_uiBlock = 0xFF00; ///< wraps after a short while
     std::array<Block, 16> m_blocks {};
 };

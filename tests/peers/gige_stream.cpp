@@ -116,6 +116,7 @@ bool GigeCamera::SendFrame(const Exposure& exposure)
     const PeerFaults& faults = m_setup.faults;
     if (faults.quit && exposure.uiNumber >= *faults.quit)
         return false;
+    m_bDeaf = Contains(faults.deaf, exposure.uiNumber);
     if (LoseControl(exposure.uiNumber))
         return true;
     if ((faults.hang && exposure.uiNumber >= *faults.hang) || Word(kHostPort) == 0)

@@ -63,6 +63,8 @@ bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults)
         camera.torn.push_back(numbers);
     else if (strKind == "drop")
         camera.drop.push_back(numbers);
+    else if (strKind == "deaf")
+        camera.deaf.push_back(numbers);
     else if (strKind == "hang" && !bCount)
         camera.hang = numbers.uiFirst;
     else if (strKind == "release" && !bCount)

@@ -18,6 +18,7 @@ struct PeerFaults {
     std::vector<Numbers> lose; ///< one packet is lost; asked for again, it comes
     std::vector<Numbers> torn; ///< one packet is lost for good
     std::vector<Numbers> drop; ///< the whole frame is lost
+    std::vector<Numbers> deaf; ///< meanwhile it answers nothing; its frames flow
     std::optional<std::uint64_t> hang; ///< sends nothing from this frame on
     std::optional<std::uint64_t> release; ///< takes control from its program before this frame
     std::optional<std::uint64_t> seize; ///< the same, and another program has it from then on
@@ -27,7 +28,7 @@ struct PeerFaults {
 
 bool Contains(const std::vector<Numbers>& list, std::uint64_t uiNumber);
 
-/// Reads `lose|torn|drop:CAMERA@N[xCOUNT]` `hang|release|seize|quit:CAMERA@N` or `quit:CAMERA@armed`. False for
+/// Reads `lose|torn|drop|deaf:CAMERA@N[xCOUNT]` `hang|release|seize|quit:CAMERA@N` or `quit:CAMERA@armed`. False for
 /// anything else.
 bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults);
 

@@ -12,6 +12,7 @@ constexpr std::int64_t kRowNs = 5000; ///< read-out time of one row: 640x480 rea
 constexpr float kMinFps = 1.0F;
 constexpr float kMinExposureUs = 10.0F;
 constexpr float kMaxExposureUs = 10e6F;
+constexpr float kRawExposureUs = 20.0F;
 constexpr float kMaxGainDb = 29.0F;
 constexpr float kMaxBalance = 4.0F;
 
@@ -40,6 +41,7 @@ SoftCamera::SoftCamera(const SoftCameraSetup& setup)
     At(feature::ChunkModeActive) = 1; // as another program may have left it
     SetFloat(feature::FrameRate, 30.0F);
     SetFloat(feature::ExposureTime, 10000.0F);
+    At(feature::ExposureRaw) = 500;
     SetFloat(feature::BalanceRatio, 1.0F);
     SetFloat(feature::BalanceRatio + 4, 1.0F);
     Update();
@@ -130,6 +132,7 @@ Access SoftCamera::Check(std::uint32_t uiOffset, std::uint32_t uiValue) const
     case feature::VideoMode: return check(uiValue <= 1);
     case feature::FrameRate: return check(InRange(uiValue, kMinFps, Float(feature::FrameRateMax)));
     case feature::ExposureTime: return check(InRange(uiValue, kMinExposureUs, kMaxExposureUs));
+    case feature::ExposureRaw: return check(uiValue >= 5 && uiValue <= 50000 && uiValue % 5 == 0);
     case feature::Gain: return check(InRange(uiValue, 0, kMaxGainDb));
     case feature::GainRaw: return check(uiValue <= 290);
     case feature::BalanceRatio:
@@ -165,6 +168,10 @@ Access SoftCamera::Write(std::uint32_t uiOffset, std::uint32_t uiValue)
         break;
     case feature::AcquisitionStop: m_bAcquiring = false; break;
     case feature::TriggerSoftware: m_bSoftwareTrigger = TriggerOn(); break;
+    case feature::ExposureRaw:
+        At(uiOffset) = uiValue;
+        SetFloat(feature::ExposureTime, kRawExposureUs * static_cast<float>(uiValue));
+        break;
     default: At(uiOffset) = uiValue;
     }
     Update();

@@ -13,6 +13,8 @@ constexpr std::size_t kLines = 4;
 enum class Dialect {
     Modern, ///< AcquisitionFrameRate + Enable, ExposureTime, Gain, BalanceRatio, VideoMode, lines
     Older, ///< AcquisitionFrameRateAbs, ExposureTimeAbs, GainRaw, binning instead of modes, no lines
+    Raw, ///< as Older, but ExposureTimeRaw, which says in words that it counts steps of 20 us
+    Unitless, ///< the same without a word
     Bare, ///< image size and start/stop only
 };
 
@@ -40,6 +42,7 @@ enum Offset : std::uint32_t {
     FrameRateMax = 0x114, ///< float, fps
     ExposureAuto = 0x118,
     ExposureTime = 0x11C, ///< float, us
+    ExposureRaw = 0x120, ///< steps of 20 us, five at a time
     TriggerMode = 0x140,
     TriggerSource = 0x144,
     TriggerActivation = 0x148, ///< 0 rising, 1 falling

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,8 @@ namespace vireo {
 /// it finds no clock any more. Any thread.
 class DeviceLink {
 public:
+    static constexpr ClockTime kSilence = kNsPerSecond; ///< without a frame, before a camera is asked
+
     explicit DeviceLink(Clock& clock)
         : m_pClock(&clock)
     {
@@ -34,6 +37,19 @@ public:
         m_strReason = strReason;
         m_bGone = true;
         Wake();
+    }
+    /// A question got no answer. A camera whose frames flow is there all the same: the answer was lost, or the
+    /// computer is busy, and no recording ends for that.
+    void SetUnanswered()
+    {
+        if (!IsHeard())
+            SetGone("it does not answer");
+    }
+    /// A whole frame came a moment ago.
+    bool IsHeard() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_pClock != nullptr && m_heardAt && m_pClock->Now() - *m_heardAt < kSilence;
     }
     bool IsGone() const { return m_bGone; }
     std::string Reason() const
@@ -65,12 +81,14 @@ public:
         m_bCancelled = true;
         Wake();
     }
-    /// The driver has finished a frame, good or bad.
-    void FrameDone()
+    /// The driver has finished a frame, whole or not.
+    void FrameDone(bool bWhole = true)
     {
         std::lock_guard lock(m_mutex);
         if (m_pClock == nullptr || m_arrivals.empty())
             return;
+        if (bWhole)
+            m_heardAt = m_pClock->Now();
         m_arrivals[m_uiDone % m_arrivals.size()] = m_pClock->Now();
         m_uiDone++;
         Wake();
@@ -124,6 +142,7 @@ private:
     std::atomic<bool> m_bGone = false;
     std::string m_strReason;
     std::vector<ClockTime> m_arrivals; ///< ring; one place for every buffer of the driver
+    std::optional<ClockTime> m_heardAt; ///< when the last whole frame was done
     std::uint64_t m_uiDone = 0;
     std::uint64_t m_uiTaken = 0;
     std::uint64_t m_uiPokes = 0;

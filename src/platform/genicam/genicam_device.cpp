@@ -14,7 +14,6 @@ constexpr std::uint32_t kMinBuffers = 1;
 constexpr std::uint32_t kMaxBuffers = 4096;
 constexpr ClockTime kPinsEvery = 20 * kNsPerMs; ///< a level is asked for over the network, not per frame
 constexpr ClockTime kLook = kNsPerSecond / 2; ///< how often a waiting grab thread looks at the camera
-constexpr ClockTime kSilence = kNsPerSecond; ///< without a frame, before the camera is asked
 constexpr std::uint32_t kDomainTag = 0x47000000;
 
 /// Every camera has its own clock; the number only has to differ.
@@ -65,13 +64,10 @@ Error DeviceSession::Do(const Job& job, ClockTime limit)
         return Gone();
     const std::optional<Error> result =
         m_worker.Call([device = m_device, job] { return job(*device); }, m_question->Patience(m_clock.Now(), limit));
-    if (!result) {
-        m_link->SetGone("it does not answer");
-        return Gone();
-    }
-    if (*result == ErrorType::Disconnected)
-        m_link->SetGone("it does not answer");
-    return *result;
+    if (result && !(*result == ErrorType::Disconnected))
+        return *result;
+    m_link->SetUnanswered();
+    return m_link->IsGone() ? Gone() : Error(ErrorType::TransportFailed, m_strName + ": it did not answer in time");
 }
 
 void DeviceSession::Later(const Job& job)
@@ -85,7 +81,7 @@ void DeviceSession::Watch(ClockTime now)
 {
     if (m_answered->exchange(false))
         Heard(now);
-    if (m_link->IsGone() || now - m_heardAt < kSilence)
+    if (m_link->IsGone() || now - m_heardAt < DeviceLink::kSilence)
         return;
     if (m_question->IsOverdue(now))
         m_link->SetGone("it does not answer");
@@ -380,7 +376,7 @@ void GenicamDevice::RefreshPins(DeviceSession& session, ClockTime now)
         const Error error = device.link->IsGone() ? Error() : ReadPins(device, uiPins);
         device.embedding->uiPins = uiPins;
         if (error == ErrorType::Disconnected)
-            device.link->SetGone("it does not answer");
+            device.link->SetUnanswered();
         return error;
     });
 }

@@ -110,7 +110,7 @@ Error AskWhetherThere(OpenDevice& device)
     if (error.IsOk() && device.bGigE)
         error = device.features->WriteWord(kHeartbeatRegister, kHeartbeatMs);
     if (error == ErrorType::Disconnected)
-        device.link->SetGone("it does not answer");
+        device.link->SetUnanswered();
     else if (error == ErrorType::AccessDenied)
         device.link->SetGone(kControlLost);
     return error;

@@ -93,14 +93,14 @@ void StreamRun::PushFresh(ArvStream* pStream, std::size_t uiCount)
 }
 
 /// In the driver's own thread.
-void StreamRun::OnStream(void* pRun, ArvStreamCallbackType eType, ArvBuffer*)
+void StreamRun::OnStream(void* pRun, ArvStreamCallbackType eType, ArvBuffer* pBuffer)
 {
     if (eType == ARV_STREAM_CALLBACK_TYPE_INIT)
         TakePrecedence();
     if (eType != ARV_STREAM_CALLBACK_TYPE_BUFFER_DONE)
         return;
     auto& run = *static_cast<StreamRun*>(pRun);
-    run.m_link->FrameDone();
+    run.m_link->FrameDone(pBuffer != nullptr && arv_buffer_get_status(pBuffer) == ARV_BUFFER_STATUS_SUCCESS);
     ArvStream* pStream = run.m_pFed;
     if (pStream == nullptr)
         return;

@@ -139,6 +139,22 @@ TEST_F(GigeFaultsTest, ASilentCameraThatAnswersIsNotGone)
     EXPECT_TRUE(camera->StopCapture().IsOk());
 }
 
+TEST_F(GigeFaultsTest, ACameraThatAnswersNothingWhileItsFramesFlowIsNotGone)
+{
+    const auto camera = StartWithFault("deaf:0@20x350"); // longer than a question is repeated
+    ASSERT_NE(camera, nullptr);
+    (void)Fetch(*camera, 40);
+    Property property;
+    property.type = PropertyType::Gain;
+    const Error error = camera->GetProperty(property); // two seconds
+    EXPECT_EQ(error, ErrorType::TransportFailed);
+    EXPECT_EQ(error.GetDescription(), "camera 15000001: it did not answer in time");
+    const Run run = Fetch(*camera, 400); // the levels of its lines are asked for meanwhile
+    EXPECT_EQ(run.steps, std::vector<std::uint32_t>(399, 10000U));
+    Check(camera->GetProperty(property));
+    Check(camera->StopCapture());
+}
+
 TEST_F(GigeFaultsTest, AShortSilenceIsNoLoss)
 {
     StartPeer({ "--count", "1" });
