@@ -36,10 +36,11 @@ public:
             m_strText += Element("Sign", "Unsigned");
         m_strText += Element("Endianess", "BigEndian") + "</" + strKind + ">\n";
     }
-    void Integer(const std::string& strName, std::uint32_t uiOffset, const std::string& strLimits = "")
+    void Integer(const std::string& strName, std::uint32_t uiOffset, const std::string& strLimits = "",
+        const std::string& strSaid = "")
     {
         Register(strName + "Reg", uiOffset, false);
-        Node("Integer", strName, Element("pValue", strName + "Reg") + strLimits);
+        Node("Integer", strName, strSaid + Element("pValue", strName + "Reg") + strLimits);
     }
     void ReadOnly(const std::string& strName, std::uint32_t uiOffset, const char* strSelector = nullptr)
     {
@@ -120,8 +121,12 @@ void Acquisition(Writer& xml, Dialect eDialect)
     xml.Float(bModern ? "AcquisitionFrameRate" : "AcquisitionFrameRateAbs", feature::FrameRate,
         "<Min>1</Min><pMax>FrameRateMaxReg</pMax><Unit>Hz</Unit>");
     xml.Enumeration("ExposureAuto", feature::ExposureAuto, { { "Off", 0 }, { "Continuous", 2 } });
-    xml.Float(bModern ? "ExposureTime" : "ExposureTimeAbs", feature::ExposureTime,
-        "<Min>10</Min><Max>10000000</Max><Unit>us</Unit>");
+    const std::string strRaw = eDialect == Dialect::Raw ? "<Description>Exposure in steps of 20 us.</Description>" : "";
+    if (eDialect == Dialect::Raw || eDialect == Dialect::Unitless)
+        xml.Integer("ExposureTimeRaw", feature::ExposureRaw, "<Min>5</Min><Max>50000</Max><Inc>5</Inc>", strRaw);
+    else
+        xml.Float(bModern ? "ExposureTime" : "ExposureTimeAbs", feature::ExposureTime,
+            "<Min>10</Min><Max>10000000</Max><Unit>us</Unit>");
     xml.Enumeration("TriggerSelector", feature::TriggerSelector, { { "FrameStart", 0 } });
     xml.Enumeration("TriggerMode", feature::TriggerMode, { { "Off", 0 }, { "On", 1 } });
     xml.Enumeration("TriggerSource", feature::TriggerSource,

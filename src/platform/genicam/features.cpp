@@ -1,10 +1,11 @@
 #include "platform/genicam/features.h"
 
+#include "platform/genicam/feature_units.h"
 #include "platform/genicam/glib_ptr.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <optional>
 
 namespace vireo {
 
@@ -62,6 +63,8 @@ constexpr FeatureNames kNames[] = {
 };
 
 constexpr double kRawGainSteps = 10.0; ///< a dB in a GainRaw that does not say what it counts
+constexpr const char* kRawTimeBase = "ExposureTimeBaseAbs";
+constexpr double kLeastStep = 1e-9; ///< below it a camera names no step
 
 const FeatureNames& NamesOf(Feature eFeature)
 {
@@ -69,13 +72,60 @@ const FeatureNames& NamesOf(Feature eFeature)
         std::begin(kNames), std::end(kNames), [=](const FeatureNames& row) { return row.eFeature == eFeature; });
 }
 
-/// GainRaw counts tenths of a dB unless it says dB itself; all other features come in our unit.
-double ScaleOf(const char* strName, ArvGcNode* pNode)
+Quantity QuantityOf(Feature eFeature)
 {
-    if (std::strcmp(strName, "GainRaw") != 0 || !ARV_IS_GC_INTEGER(pNode))
+    switch (eFeature) {
+    case Feature::Exposure:
+    case Feature::StrobeDelay:
+    case Feature::StrobeDuration: return Quantity::Time;
+    case Feature::Gain: return Quantity::Level;
+    default: return Quantity::None;
+    }
+}
+
+std::string_view Text(const char* strMaybe) { return strMaybe != nullptr ? strMaybe : ""; }
+
+/// What the camera's description says of a feature: its unit, or the sentence that explains it.
+std::optional<double> ToldUnitsPerStep(Quantity eQuantity, ArvGcNode* pNode, bool bRaw)
+{
+    const char* strUnit = ARV_IS_GC_FLOAT(pNode) ? arv_gc_float_get_unit(ARV_GC_FLOAT(pNode))
+        : ARV_IS_GC_INTEGER(pNode)               ? arv_gc_integer_get_unit(ARV_GC_INTEGER(pNode))
+                                                 : nullptr;
+    if (const auto told = UnitsPerStep(eQuantity, Text(strUnit)))
+        return told;
+    if (!bRaw || !ARV_IS_GC_FEATURE_NODE(pNode))
+        return std::nullopt;
+    auto* pFeature = ARV_GC_FEATURE_NODE(pNode);
+    const auto described = UnitsPerStepInText(eQuantity, Text(arv_gc_feature_node_get_description(pFeature)));
+    return described ? described : UnitsPerStepInText(eQuantity, Text(arv_gc_feature_node_get_tooltip(pFeature)));
+}
+
+/// How many of the camera's steps make one of our units; none when a raw number could be anything.
+std::optional<double> ScaleOf(ArvDevice* pDevice, Feature eFeature, const char* strName, ArvGcNode* pNode)
+{
+    const Quantity eQuantity = QuantityOf(eFeature);
+    const bool bRaw = std::string_view(strName).ends_with("Raw");
+    if (eQuantity == Quantity::None)
         return 1.0;
-    const char* strUnit = arv_gc_integer_get_unit(ARV_GC_INTEGER(pNode));
-    return strUnit != nullptr && std::strcmp(strUnit, "dB") == 0 ? 1.0 : kRawGainSteps;
+    if (const auto told = ToldUnitsPerStep(eQuantity, pNode, bRaw))
+        return 1.0 / *told;
+    if (!bRaw)
+        return 1.0; // as the standard has it
+    if (eQuantity == Quantity::Level)
+        return kRawGainSteps;
+    GErrorSlot error; // us in a step, where the camera tells it in a feature of its own
+    const bool bBase = arv_device_get_feature(pDevice, kRawTimeBase) != nullptr;
+    const double dBase = bBase ? arv_device_get_float_feature_value(pDevice, kRawTimeBase, error.Out()) : 0.0;
+    return bBase && !error && dBase > 0.0 ? std::optional(1.0 / dBase) : std::nullopt;
+}
+
+/// The nearest value at a whole number of steps from the least, not beyond the limit.
+double OnGrid(double dValue, double dMin, double dMax, double dStep)
+{
+    if (!(dStep > kLeastStep))
+        return dValue;
+    const double dSteps = std::min(std::round((dValue - dMin) / dStep), std::floor((dMax - dMin) / dStep));
+    return dMin + std::max(dSteps, 0.0) * dStep;
 }
 
 } // namespace
@@ -92,6 +142,7 @@ Error Features::LookUp(Feature eFeature)
     Found& found = m_found[static_cast<std::size_t>(eFeature)];
     if (found.pNode != nullptr)
         return {};
+    Error unclear;
     for (const char* strName : NamesOf(eFeature).names) {
         ArvGcNode* pNode = strName != nullptr ? arv_device_get_feature(m_pDevice, strName) : nullptr;
         if (pNode == nullptr)
@@ -102,10 +153,15 @@ Error Features::LookUp(Feature eFeature)
             return Translate(error.Get(), strName, ErrorType::PropertyFailed);
         if (!bAvailable)
             continue;
-        found = { strName, pNode, ScaleOf(strName, pNode) };
+        const std::optional<double> scale = ScaleOf(m_pDevice, eFeature, strName, pNode);
+        if (!scale) {
+            unclear = Fail(ErrorType::NotSupported, std::string(strName) + " does not say what it counts");
+            continue;
+        }
+        found = { strName, pNode, *scale };
         return {};
     }
-    return {};
+    return unclear;
 }
 
 bool Features::Has(Feature eFeature) { return !LookUp(eFeature).IsOk() || Name(eFeature) != nullptr; }
@@ -172,15 +228,23 @@ Error Features::GetFloat(Feature eFeature, double& dValue)
 
 Error Features::SetFloat(Feature eFeature, double dValue)
 {
-    if (Error error = Need(eFeature); !error.IsOk())
+    FeatureRange range;
+    if (Error error = GetRange(eFeature, range); !error.IsOk())
         return error;
     GErrorSlot error;
+    GErrorSlot stepless; // who names no step takes every value
     ArvGcNode* pNode = Node(eFeature);
-    if (ARV_IS_GC_FLOAT(pNode))
-        arv_gc_float_set_value(ARV_GC_FLOAT(pNode), dValue * Scale(eFeature), error.Out());
+    const double dScale = Scale(eFeature);
+    const bool bFloat = ARV_IS_GC_FLOAT(pNode) != FALSE;
+    const double dStep = bFloat
+        ? arv_gc_float_get_inc(ARV_GC_FLOAT(pNode), stepless.Out())
+        : static_cast<double>(arv_device_get_integer_feature_increment(m_pDevice, Name(eFeature), stepless.Out()));
+    const double dRaw =
+        stepless ? dValue * dScale : OnGrid(dValue * dScale, range.dMin * dScale, range.dMax * dScale, dStep);
+    if (bFloat)
+        arv_gc_float_set_value(ARV_GC_FLOAT(pNode), dRaw, error.Out());
     else
-        arv_device_set_integer_feature_value(
-            m_pDevice, Name(eFeature), std::llround(dValue * Scale(eFeature)), error.Out());
+        arv_device_set_integer_feature_value(m_pDevice, Name(eFeature), std::llround(dRaw), error.Out());
     return Translate(error.Get(), Name(eFeature), ErrorType::PropertyFailed);
 }
 

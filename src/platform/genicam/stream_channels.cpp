@@ -1,6 +1,13 @@
 #include "platform/genicam/stream_channels.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
+#include <cstring>
+#include <ifaddrs.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace vireo {
 
@@ -16,6 +23,7 @@ constexpr std::uint32_t kDoNotFragment = 0x40000000;
 constexpr std::uint32_t kConfiguration = 0x0954;
 constexpr std::uint32_t kHeartbeatOff = 1;
 constexpr std::uint32_t kSmallestPacket = 576; ///< every network carries this
+constexpr std::uint32_t kUsualPacket = 1500; ///< every Ethernet carries this
 
 constexpr std::uint32_t Address(std::uint32_t uiChannel, std::uint32_t uiRegister)
 {

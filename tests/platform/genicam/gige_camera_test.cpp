@@ -13,7 +13,8 @@ constexpr std::uint32_t kPeerLineMode2 = 0xA218, kPeerLineInverter2 = 0xA228, kP
                         kPeerTriggerActivation = 0xA148, kPeerTriggerOverlap = 0xA14C, kPeerExposure = 0xA11C,
                         kPeerGain = 0xA180, kPeerGainRaw = 0xA188, kPeerGainSelector = 0xA19C, kPeerChunks = 0xA304,
                         kPeerGainAvailable = 0xA1A0, kPeerFrameRateEnable = 0xA10C, kPeerBinning = 0xA014,
-                        kPeerBalanceRed = 0xA190, kPeerDestination = 0x0D18, kPeerPacket = 0x0D04;
+                        kPeerExposureRaw = 0xA120, kPeerBalanceRed = 0xA190, kPeerDestination = 0x0D18,
+                        kPeerPacket = 0x0D04;
 
 class GigeCameraTest : public GigeTest {
 protected:
@@ -188,6 +189,51 @@ TEST_F(GigeCameraTest, TriggerAndStrobeReachTheCamera)
     strobe.onOff = false;
     Check(camera->SetStrobe(strobe));
     EXPECT_EQ(Peer(*camera, kPeerLineSource2), 0U);
+}
+
+TEST_F(GigeCameraTest, ARawExposureIsConvertedAsItsDescriptionSaysAndSetInItsSteps)
+{
+    const auto camera = StartAndOpen("GS3-PGE-23S6M", "raw");
+    ASSERT_NE(camera, nullptr);
+    const struct {
+        float fAskedMs;
+        std::uint32_t uiRaw; ///< 20 us each, five at a time
+        float fSetMs;
+    } kRows[] = { { 2.5F, 125, 2.5F }, { 2.0F, 100, 2.0F }, { 2.54F, 125, 2.5F }, { 2.56F, 130, 2.6F },
+        { 0.05F, 5, 0.1F }, { 1000.0F, 50000, 1000.0F } };
+    PropertyInfo info;
+    info.type = PropertyType::Shutter;
+    Check(camera->GetPropertyInfo(info));
+    EXPECT_FLOAT_EQ(info.absMin, 0.1F);
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.fAskedMs);
+        Property property;
+        property.type = PropertyType::Shutter;
+        Check(camera->GetProperty(property));
+        property.absControl = true;
+        property.autoManualMode = false;
+        property.absValue = row.fAskedMs;
+        const Error error = camera->SetProperty(property);
+        if (row.fAskedMs < info.absMin) {
+            EXPECT_EQ(error, ErrorType::InvalidParameter);
+            continue;
+        }
+        Check(error);
+        EXPECT_EQ(Peer(*camera, kPeerExposureRaw), row.uiRaw);
+        Check(camera->GetProperty(property));
+        EXPECT_FLOAT_EQ(property.absValue, row.fSetMs);
+    }
+}
+
+TEST_F(GigeCameraTest, ARawExposureThatSaysNoUnitIsNotGuessed)
+{
+    const auto camera = StartAndOpen("GS3-PGE-23S6M", "unitless");
+    ASSERT_NE(camera, nullptr);
+    Property property;
+    property.type = PropertyType::Shutter;
+    const Error error = camera->GetProperty(property);
+    EXPECT_EQ(error, ErrorType::NotSupported);
+    EXPECT_EQ(error.GetDescription(), "camera 15000007: ExposureTimeRaw does not say what it counts");
 }
 
 TEST_F(GigeCameraTest, PropertiesAreConvertedToTheCamerasUnits)
