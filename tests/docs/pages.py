@@ -4,6 +4,7 @@ import re
 import subprocess
 
 MAN_LANGUAGES = ("en", "ja")
+MOST_PICTURE_BYTES = 1_500_000
 
 
 def code_of(page):
@@ -130,6 +131,29 @@ def links(house):
                 if part not in [anchor(heading) for heading in headings]:
                     failures.append(f"{name}: {file or name} has no heading #{part}")
     return compared, failures
+
+def pictures(house):
+    """Every picture that a page shows is there, with words for who cannot see it, and every picture is shown."""
+    failures = []
+    shown = set()
+    for name in house.pages():
+        for words, target in re.findall(r"!\[([^\]]*)\]\(([^)\s]+)\)", house.read(name)):
+            file = ((house.source / name).parent / target).resolve()
+            shown.add(file)
+            if not words:
+                failures.append(f"{name}: no words stand for {target}")
+            if not file.exists():
+                failures.append(f"{name}: there is no picture {target}")
+            elif file.read_bytes()[:8] != b"\x89PNG\r\n\x1a\n":
+                failures.append(f"{name}: {target} is no PNG")
+    there = sorted((house.source / "docs/pictures").iterdir())
+    failures += [f"no page shows {file.name}" for file in there if file.resolve() not in shown]
+    size = sum(file.stat().st_size for file in there)
+    if size > MOST_PICTURE_BYTES:
+        failures.append(f"docs/pictures holds {size} bytes, more than {MOST_PICTURE_BYTES}")
+    taken = house.read("scripts/docs-pictures")
+    failures += [f"scripts/docs-pictures does not take {file.name}" for file in there if file.stem not in taken]
+    return len(shown) + len(there), failures
 
 
 def known_tests(house):

@@ -83,6 +83,22 @@ def rule_failures(usr):
     return failures
 
 
+def page_failures(doc):
+    """The pages are there, and whatever they link to or show came with them."""
+    failures = [f"{page} is not installed" for page in PAGES if not (doc / page).exists()]
+    followed = 0
+    for page in sorted(doc.rglob("*.md")):
+        text = re.sub(r"```.*?```|`[^`\n]+`", "", page.read_text(encoding="utf-8"), flags=re.S)
+        for target in re.findall(r"\]\(([^)\s#]+)[^)\s]*\)", text):
+            if not re.match(r"[a-z]+:", target):
+                followed += 1
+                if not (page.parent / target).exists():
+                    failures.append(f"{page.relative_to(doc)} leads to {target}, which is not installed")
+    if followed < 20:
+        failures.append("the pages have hardly a link: the check no longer finds them")
+    return failures
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--cmake", required=True)
@@ -95,8 +111,7 @@ def main():
         failures = desktop_failures(usr, arguments.version) + rule_failures(usr)
         for program in arguments.programs:
             failures += program_failures(usr, program, arguments.version)
-        doc = usr / "share/doc/tessel"
-        failures += [f"{page} is not installed" for page in PAGES if not (doc / page).exists()]
+        failures += page_failures(usr / "share/doc/tessel")
         extra = {path.name for path in (usr / "bin").iterdir()} - set(arguments.programs)
         failures += [f"{name} is installed, but nobody asked for it" for name in sorted(extra)]
     for failure in failures:
