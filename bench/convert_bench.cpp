@@ -57,7 +57,7 @@ void PlainBayer(const std::uint8_t* pFrom, std::uint8_t* pTo, std::size_t uiRows
     }
 }
 
-void BenchConversion(std::uint32_t uiRows, std::uint32_t uiCols, bool bColour)
+void BenchConversion(const Figure& figure, std::uint32_t uiRows, std::uint32_t uiCols, bool bColour)
 {
     const test::TestScene scene(uiRows, uiCols, bColour);
     constexpr std::uint32_t kFrames = 8;
@@ -67,6 +67,7 @@ void BenchConversion(std::uint32_t uiRows, std::uint32_t uiCols, bool bColour)
     const std::size_t uiRuns = kPixelsPerRun / kRounds / scene.FrameBytes();
     std::vector<double> ratios;
     std::vector<double> rates;
+    std::vector<double> plainRates;
     for (int iRound = 0; iRound <= kRounds; ++iRound) {
         const double dOwn = Seconds([&] {
             for (std::size_t i = 0; i < uiRuns; ++i) {
@@ -85,12 +86,10 @@ void BenchConversion(std::uint32_t uiRows, std::uint32_t uiCols, bool bColour)
             continue; // warm up
         ratios.push_back(dPlain / dOwn);
         rates.push_back(static_cast<double>(uiRuns) / dOwn);
+        plainRates.push_back(static_cast<double>(uiRuns) / dPlain);
     }
-    const std::string strName =
-        std::string(bColour ? "bayer-" : "grey-") + std::to_string(uiCols) + "x" + std::to_string(uiRows);
-    std::printf("%s to BGRU: %.0f fps on one core\n", strName.c_str(), Median(rates));
-    Report(("convert-" + strName + "-to-plain-loop").c_str(), Median(ratios), Goal::AtLeast,
-        bColour ? kBayerGoal : kGreyGoal);
+    AgainstPeer(figure, Text("%.0f fps a core", Median(rates)), Text("plain loop, %.0f fps", Median(plainRates)),
+        Median(ratios), Goal::AtLeast, bColour ? kBayerGoal : kGreyGoal);
 }
 
 /// Touched memory in huge pages, as the store has it.
@@ -134,8 +133,8 @@ void BenchCopy()
         streaming.push_back(static_cast<double>(kFrameBytes * kSlots) / dStreaming * 1e-9);
         plain.push_back(static_cast<double>(kFrameBytes * kSlots) / dPlain * 1e-9);
     }
-    std::printf("copy of a frame: streaming %.1f GB/s, memcpy %.1f GB/s\n", Median(streaming), Median(plain));
-    Report("copy-streaming-to-memcpy", Median(ratios), Goal::AtLeast, kCopyGoal);
+    AgainstPeer({ "copy of a frame into the store" }, Text("%.1f GB/s", Median(streaming)),
+        Text("memcpy, %.1f GB/s", Median(plain)), Median(ratios), Goal::AtLeast, kCopyGoal);
 }
 
 } // namespace
@@ -144,9 +143,9 @@ void BenchCopy()
 int main()
 {
     using namespace vireo::bench;
-    for (const bool bColour : { false, true }) {
-        BenchConversion(480, 640, bColour);
-        BenchConversion(1080, 1920, bColour);
-    }
+    BenchConversion({ "grey 640x480 for the screen" }, 480, 640, false);
+    BenchConversion({ "grey 1920x1080 for the screen" }, 1080, 1920, false);
+    BenchConversion({ "colour 640x480 for the screen" }, 480, 640, true);
+    BenchConversion({ "colour 1920x1080 for the screen" }, 1080, 1920, true);
     BenchCopy();
 }

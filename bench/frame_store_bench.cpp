@@ -69,9 +69,9 @@ void BenchTouching()
         ratios.push_back(memsets.back() / touches.back());
     }
     const double dGiB = static_cast<double>(kTouchBytes) / static_cast<double>(1024 * kMiB);
-    std::printf("fresh memory: memset on two threads %.3f s/GiB, touching %.3f s/GiB\n", bench::Median(memsets) / dGiB,
-        bench::Median(touches) / dGiB);
-    bench::Report("store_touch", bench::Median(ratios), Goal::AtLeast, 0.8);
+    bench::AgainstPeer({ "touching of fresh memory" }, bench::Text("%.3f s/GiB", bench::Median(touches) / dGiB),
+        bench::Text("memset on two threads, %.3f s/GiB", bench::Median(memsets) / dGiB), bench::Median(ratios),
+        Goal::AtLeast, 0.8);
 }
 
 // Every camera's frames once through the ring. Seconds.
@@ -127,6 +127,7 @@ void BenchLaps()
 
     std::vector<double> allocations;
     std::vector<double> firsts;
+    std::vector<double> seconds;
     std::vector<double> ratios;
     std::uint64_t uiColdSlots = 0;
     for (int iRound = 0; iRound < kLapRounds; ++iRound) {
@@ -137,15 +138,18 @@ void BenchLaps()
         const double dFirst = Lap(doc.m_store, frame);
         const double dSecond = Lap(doc.m_store, frame);
         firsts.push_back(dFirst);
+        seconds.push_back(dSecond);
         ratios.push_back(dFirst / dSecond);
         for (std::size_t uiCamera = 0; uiCamera < kCameras; ++uiCamera)
             uiColdSlots += doc.m_store.m_uiColdSlots[uiCamera];
     }
     const double dFrames = static_cast<double>(doc.m_store.m_iBufferFrames) * kCameras;
-    std::printf("store of %.0f frames: live after %.3f s, %.1f us a frame in the first lap\n", dFrames,
-        bench::Median(allocations), bench::Median(firsts) / dFrames * 1e6);
-    bench::Report("store_first_lap", bench::Median(ratios), Goal::AtMost, 1.1);
-    bench::Report("store_cold_slots", static_cast<double>(uiColdSlots), Goal::AtMost, 0);
+    std::printf("store of %.0f frames: live after %.3f s\n", dFrames, bench::Median(allocations));
+    bench::AgainstPeer({ "first lap through the store" },
+        bench::Text("%.1f us a frame", bench::Median(firsts) / dFrames * 1e6),
+        bench::Text("second lap, %.1f us", bench::Median(seconds) / dFrames * 1e6), bench::Median(ratios), Goal::AtMost,
+        1.1);
+    bench::AgainstLimit({ "slots of the store that were cold" }, static_cast<double>(uiColdSlots), "", 0);
 }
 
 // A store of most of the machine's memory must be there about as soon as a small one.
@@ -157,7 +161,7 @@ void BenchLargeStore()
     const double dSeconds = document.Allocate(iRecordSec);
     std::printf("store of %d s at %d fps: live after %.3f s", iRecordSec, kFps, dSeconds);
     std::printf(", given back in %.3f s\n", bench::Seconds([&document] { FreeFrameStore(document.doc); }));
-    bench::Report("store_large_live_seconds", dSeconds, Goal::AtMost, 1.2);
+    bench::AgainstLimit({ "store of most of the memory, time to live" }, dSeconds, "s", 1.2);
 }
 
 } // namespace

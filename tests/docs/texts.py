@@ -7,10 +7,14 @@ OPERATOR = "docs/operator.ja.md"
 PARTNER = "docs/partner.md"
 FORMATS = "docs/file-formats.md"
 DEVELOPER = "docs/developer.md"
+PERFORMANCE = "docs/performance.md"
 
 # Files beside the message table whose constants are all shown to the operator.
 MESSAGE_FILES = ["src/display/view_messages.h", "src/ui/property_set_rules.cpp"]
+NOT_TYPED = {"check-core-dependencies", "check-package", "fresh-root", "install-dependencies"}  # others call them
 NO_MESSAGES = {"kShutterOpen"}
+FIGURE = re.compile(r'(?:AgainstPeer|AgainstLimit|BenchConversion|BenchFootage|Compare)\([^"]*?\{ "([^"]+)" \}'
+                    r'(?:, \{ "([^"]+)" \})?')
 CONSTANT = r'\b({name}) = "([^"]*)";'
 
 
@@ -85,6 +89,9 @@ def results(house):
     if sorted(told) != code:
         failures.append(f"{PARTNER} tells the results {sorted(told)}, the code has {code}")
     failures += [f"{PARTNER}: {r} is exit status {r % 256}, not {s}" for r, s in told.items() if r % 256 != s]
+    for language in ("en", "ja"):
+        page = house.read(f"packaging/man/{language}/tessel.1.in")
+        failures += [f"tessel.1, {language}, does not tell {s}" for r, s in told.items() if r and f"{s} " not in page]
     ids = re.findall(r"constexpr int k\w+ = (\d+);", house.read("src/platform/partner_link.h"))
     failures += [f"{PARTNER} does not name {number}" for number in ids if number not in house.read(PARTNER)]
     return len(code) + len(ids), failures
@@ -163,13 +170,25 @@ def facts(house):
     limit = re.search(r"kPartLimitBytes = ([\d']+)", parts).group(1).replace("'", "")
     expected += [(page, f"{int(limit):,}", "part limit") for page in (FORMATS, OPERATOR)]
 
+    protocol = house.read("src/platform/linux/partner_protocol.h")
+    line = re.search(r"kMaxPartnerLine = (\d+);", protocol).group(1)
+    expected.append((PARTNER, f"at most {line} bytes", "message length"))
+    title = re.search(r"kMaxHexTitle = (\d+);", house.read("src/platform/linux/partner_protocol.cpp")).group(1)
+    expected.append((PARTNER, f"at most {title} bytes long", "title length"))
+    answer = re.search(r"kAnswerTime = (\d)s;", house.read("src/platform/linux/partner_client.cpp")).group(1)
+    expected.append((PARTNER, f"waits for the answer, {answer} s at most", "time for an answer"))
+    spare = int(re.search(r"kRingHeadroom = (\d+);", house.read("src/capture/frame_store.h")).group(1))
+    gib = (5 * 400 + spare) * 640 * 480 * 4 / 2**30
+    expected.append((OPERATOR, f"＋ {spare} コマ分", "room beyond the recording"))
+    expected.append((OPERATOR, f"(5 × 400 + {spare}) × 300 KiB × 4 ＝ 約 {gib:.1f} GiB", "memory of a recording"))
+
     rules = house.read("src/platform/simulated/fault_rules.cpp")
     for rule in re.findall(r'^    \{ "(\w+)", (?:\[|&Read)', rules, re.M):
         expected.append((DEVELOPER, f"    {rule}:", "fault rule"))
 
     values, words = option_values(house)
     expected += values
-    text_of = {OPERATOR: operator, FORMATS: formats, DEVELOPER: developer}
+    text_of = {OPERATOR: operator, FORMATS: formats, DEVELOPER: developer, PARTNER: house.read(PARTNER)}
     text_of |= {page: house.read(page) for page, *_ in values}
     failures = words
     kinds_seen = {what for *_, what in expected}
@@ -198,3 +217,40 @@ def environment(house):
         for variable in sorted(set(re.findall(r"\bTESSEL_[A-Z_]*[A-Z]\b", house.read(name))) - known):
             failures.append(f"{name} names {variable}, which nothing reads")
     return len(named), failures
+
+
+def performance(house):
+    """The page of figures has a row for each that the benchmarks measure, and no other."""
+    measured = []
+    for source in sorted(house.source.glob("bench/*_bench.cpp")):
+        found = FIGURE.findall(source.read_text(encoding="utf-8"))
+        if not found:
+            return 0, [f"{source.name} measures nothing that this check knows of"]
+        measured += [name for names in found for name in names if name]
+    rows = [row for row in table_rows(house.read(PERFORMANCE)) if len(row) == 6 and row[0] != "figure"]
+    told = [row[0] for row in rows]
+    failures = [f"{PERFORMANCE} has no row: {name}" for name in measured if told.count(name) != 1]
+    failures += [f"{PERFORMANCE} has a row that nothing measures: {name}" for name in told if name not in measured]
+    failures += [f"two benchmarks measure: {name}" for name in sorted(set(measured)) if measured.count(name) > 1]
+    failures += [f"{PERFORMANCE}: an empty cell: {row[0]}" for row in rows if not all(row)]
+    failures += [f"{PERFORMANCE}: neither met nor short: {row[0]}" for row in rows if row[5] not in ("met", "short")]
+    machine = {row[0]: row[1] for row in table_rows(house.read(PERFORMANCE)) if len(row) == 2}
+    for key in ("processor", "memory", "kernel", "compiler", "load before the run", "date"):
+        if not machine.get(key):
+            failures.append(f"{PERFORMANCE} does not name the {key}")
+    return len(measured), failures
+
+
+def checks(house):
+    """Every label of a test and everything that one types is on the developers' page."""
+    page = house.read(DEVELOPER)
+    wanted = set()
+    for rules in (house.source / "tests").rglob("CMakeLists.txt"):
+        code = re.sub(r"#.*", "", rules.read_text(encoding="utf-8"))
+        for labels in re.findall(r'LABELS "?([a-z][a-z; ]*)', code):
+            wanted |= {f"| `{label}` |" for label in re.split("[; ]", labels) if label}
+    typed = [path.name for path in (house.source / "scripts").iterdir() if path.stat().st_mode & 0o111]
+    wanted |= {f"scripts/{name}" for name in typed if name not in NOT_TYPED}
+    steps = re.search(r"steps=\(([a-z ]+)\)", house.read("scripts/check")).group(1).split()
+    wanted |= {f"`scripts/check {step}`" for step in steps}
+    return len(wanted), [f"{DEVELOPER} does not name {what}" for what in sorted(wanted) if what not in page]

@@ -37,8 +37,13 @@ def program_failures(usr, program, version):
         page = usr / "share/man" / folder / f"{program}.1.gz"
         if not page.exists():
             failures.append(f"{program} has no page in {folder}")
-        elif f"Tessel {version}" not in gzip.decompress(page.read_bytes()).decode("utf-8"):
+            continue
+        text = gzip.decompress(page.read_bytes()).decode("utf-8")
+        if f"Tessel {version}" not in text:
             failures.append(f"{page.name} in {folder} is not of {version}")
+        for path in re.findall(r"/usr/(share/doc/[\w./-]*\w/?)", text):
+            if not (usr / path).exists():
+                failures.append(f"{page.name} in {folder} names /usr/{path}, which is not installed")
     if program != "tessel" and not (usr / "share/bash-completion/completions" / program).exists():
         failures.append(f"{program} has no completion")
     return failures
