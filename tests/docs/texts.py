@@ -211,7 +211,7 @@ def environment(house):
         page = house.read(name)
         failures += [f"{name} does not name {variable}" for variable in sorted(named) if variable not in page]
     known = named | {"TESSEL_DRIVE_D", "TESSEL_MAINTAINER", "TESSEL_RELEASE_DATE", "TESSEL_RELEASE_STAMP"}
-    for helper in [house.source / "scripts/run", *(house.source / "tests/peers").rglob("*.cpp")]:
+    for helper in [*(house.source / "scripts").iterdir(), *(house.source / "tests/peers").rglob("*.cpp")]:
         known |= set(re.findall(r"\bTESSEL_[A-Z_]*[A-Z]\b", helper.read_text(encoding="utf-8")))
     for name in [*house.pages(), "packaging/tessel.desktop"]:
         for variable in sorted(set(re.findall(r"\bTESSEL_[A-Z_]*[A-Z]\b", house.read(name))) - known):
