@@ -42,7 +42,7 @@ using enum SeamEffect;
 
 const SeamRow kSeamRows[] = {
     { AvailableKiB, Way::Fails, kNoBuffer, GivesUp, 0 },
-    { Reserve, Way::Fails, kNoBuffer, GivesUp, cooperation_result::kConfigurationFailed },
+    { Reserve, Way::Fails, kNoBuffer, GivesUp, 0 },
     { StartTouching, Way::Fails, kMemoryShort, Told, 0 },
     { StartTouching, Way::Differs, "", Nothing, 0 },
     { OpenVideo, Way::Fails, kOpenFailed, Keeps, cooperation_result::kFileOpenFailed },
@@ -80,18 +80,40 @@ std::set<int> Numbers(int iCalls)
 
 int CamerasHit(const Scene& scene, int iNth) { return iNth == 0 ? scene.pRig->iCameras : 1; }
 
-// The first question about memory is whether the program may start at all, the last whether the store may be.
-void ExpectShortage(Expected& expected, const Scene& scene, int iNth)
+/// What a question or request about memory is for.
+enum class Need { Start, RecordTime, FirstStore, Store };
+
+// A start asks whether there is memory at all, then what record time it makes possible, and takes a store; for a
+// partner it does the last two once more.
+Need NeedOf(const Scene& scene, Seam eSeam, int iNth)
 {
-    const bool bStarting = scene.eState == State::Starting;
-    if (bStarting && iNth == 2) { // the longest record time only
+    if (scene.eState != State::Starting)
+        return Need::Store;
+    if (eSeam == Seam::Reserve)
+        return scene.pRig->bPartner && iNth == 1 ? Need::FirstStore : Need::Store;
+    if (iNth < 2)
+        return Need::Start;
+    if (iNth % 2 == 0)
+        return Need::RecordTime;
+    return scene.pRig->bPartner && iNth == 3 ? Need::FirstStore : Need::Store;
+}
+
+void ExpectShortage(Expected& expected, const Scene& scene, Seam eSeam, int iNth)
+{
+    const Need eNeed = NeedOf(scene, eSeam, iNth);
+    if (eNeed == Need::RecordTime)
         expected = {};
+    if (eNeed == Need::RecordTime || eNeed == Need::FirstStore)
         return;
-    }
+    const bool bBothStores = scene.pRig->bPartner && scene.eState == State::Starting && eSeam == Seam::Reserve;
+    if (bBothStores && iNth == 0)
+        expected.messages.push_back(expected.messages[0]);
     expected.bWhole = false;
     expected.bStandstill = true;
-    expected.bExit = !(bStarting && iNth < 2);
+    expected.bExit = eNeed == Need::Store;
     expected.bStartOver = true;
+    if (eNeed == Need::Store && scene.pRig->bPartner)
+        expected.iResult = cooperation_result::kConfigurationFailed;
 }
 
 Expected ExpectSeam(const Scene& scene, const SeamRow& row, int iNth)
@@ -108,15 +130,7 @@ Expected ExpectSeam(const Scene& scene, const SeamRow& row, int iNth)
         expected.bStandstill = true;
         expected.bStartOver = true;
         break;
-    case GivesUp:
-        if (row.eSeam == AvailableKiB)
-            ExpectShortage(expected, scene, iNth);
-        else
-            expected.bWhole = false;
-        expected.bStandstill = !expected.bWhole;
-        expected.bExit = expected.bExit || row.eSeam == Reserve;
-        expected.bStartOver = expected.bStartOver || row.eSeam == Reserve;
-        break;
+    case GivesUp: ExpectShortage(expected, scene, row.eSeam, iNth); break;
     case KeepsEach:
         // Nobody is there to close a partner's box.
         expected.messages.assign(static_cast<std::size_t>(bPartner ? 0 : CamerasHit(scene, iNth)), row.pMessage);
@@ -135,8 +149,7 @@ Expected ExpectSeam(const Scene& scene, const SeamRow& row, int iNth)
         }
         break;
     }
-    expected.iResult = bPartner ? row.iResult : expected.iResult;
-    if (!bPartner && row.eEffect >= Keeps)
+    if (row.eEffect >= Keeps)
         expected.iResult = row.iResult;
     return expected;
 }
@@ -183,7 +196,7 @@ void AddSeamCases(const Scene& scene, std::span<const SeenCall> calls, std::vect
 
 void AddFileCases(const Scene& scene, std::vector<MatrixCase>& cases)
 {
-    constexpr int kPresetValues = 15, kBalanceValues = 4;
+    constexpr int kBalanceValues = 4;
     const bool bConfigures = scene.eState == State::Armed || (IsSaving(scene) && !scene.pRig->bPartner);
     const auto add = [&](FileFault eFile, const char* pMessage, int iTimes) {
         Expected expected;
@@ -200,7 +213,6 @@ void AddFileCases(const Scene& scene, std::vector<MatrixCase>& cases)
     if (scene.eState == State::Closing)
         for (const FileFault eFile : { FileFault::TemporaryTaken, FileFault::DiskFull })
             add(eFile, kNotWritten, 1);
-    (void)kPresetValues;
 }
 
 } // namespace vireo::test
