@@ -120,7 +120,8 @@ std::optional<Way> FaultBoard::Note(CallKind kind, int iCamera, const std::strin
     const int iOfKind = ++m_kindCounts[kind];
     bool bMet = m_fault && m_fault->kind == kind;
     if (bMet && m_fault->iCamera != kAnyCamera)
-        bMet = m_fault->iCamera == iCamera && (m_fault->iNth == 0 || m_fault->iNth == call.iNth);
+        bMet = m_fault->iCamera == iCamera
+            && (m_fault->iNth == 0 || m_fault->iNth == call.iNth || (m_fault->bOnwards && call.iNth > m_fault->iNth));
     else if (bMet)
         bMet = m_fault->iNth == 0 || m_fault->iNth == iOfKind;
     call.bFailed = bMet;

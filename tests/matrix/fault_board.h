@@ -104,6 +104,7 @@ struct PlannedFault {
     int iCamera = kNoCamera; ///< of this camera; kAnyCamera: of any
     int iNth = 1; ///< the call that goes wrong; 0 = every one
     Way eWay = Way::Refused;
+    bool bOnwards = false; ///< every later one as well
 };
 constexpr int kAnyCamera = -2;
 

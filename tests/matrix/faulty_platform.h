@@ -7,6 +7,7 @@
 #include "support/recorded_window.h"
 
 #include <memory>
+#include <sys/mman.h>
 #include <utility>
 
 namespace vireo::test {
@@ -28,7 +29,10 @@ public:
             return false;
         }
         m_bShort = false;
-        return m_inner->Reserve(uiRegions, uiBytes);
+        const bool bReserved = m_inner->Reserve(uiRegions, uiBytes);
+        for (std::size_t i = 0; bReserved && i < uiRegions; ++i) // thousands of stores: in large pages, if there are
+            (void)madvise(m_inner->Region(i), uiBytes, MADV_HUGEPAGE);
+        return bReserved;
     }
     void Release() override
     {

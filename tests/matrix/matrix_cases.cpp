@@ -113,12 +113,12 @@ void AddEveryText(Expected& expected, const Trace& trace, int iCamera, int iErro
 }
 
 // A camera that never stops refuses to be configured while it runs.
-Expected ExpectNoStop(const Trace& trace, int iCamera)
+Expected ExpectNoStop(const Trace& trace, int iCamera, std::size_t uiFrom)
 {
     Expected expected;
     const CallRow* pRefuses = nullptr;
     bool bStopped = false;
-    for (std::size_t i = 0; i < trace.calls.size(); ++i) {
+    for (std::size_t i = uiFrom; i < trace.calls.size(); ++i) {
         const CallRow* const pRow = trace.rows[i];
         if (pRow == nullptr)
             continue;
@@ -135,18 +135,36 @@ Expected ExpectNoStop(const Trace& trace, int iCamera)
     return expected;
 }
 
-// Every call of the kind fails, until the program gives up.
-Expected ExpectEach(const Trace& trace, CallKind kind, int iCamera)
+// What is said beside the message with which a start is given up, as it is undone.
+void AddUndoing(Expected& expected, const Trace& trace, const CallRow& row, const SeenCall& call)
+{
+    const bool bFlushing = call.strArguments.find("time-out 0 ") != std::string::npos;
+    if (row.eStep == Step::Clear && row.eOperation == Operation::SetConfiguration && bFlushing)
+        expected.messages.push_back(expected.messages.back()); // it is written back, and that fails too
+    // In trigger wait camera 0 gives no strobe that would have to be switched off.
+    const bool bStrobe = row.eStep == Step::Started && trace.scene.eState != State::Waiting;
+    for (const CallRow& other : CallRows())
+        if (bStrobe && other.eStep == Step::Post && other.eOperation == row.eOperation)
+            expected.messages.push_back(MessageOf(other, trace.scene, call.iCamera, ErrorOf(Way::Refused)));
+}
+
+// Every call of the kind fails from one on, until the program gives up.
+Expected ExpectEach(const Trace& trace, CallKind kind, int iCamera, std::size_t uiFrom)
 {
     Expected expected;
     bool bPutBackTold = false; // only the first failure of putting the cameras back is shown
-    for (std::size_t i = 0; i < trace.calls.size(); ++i) {
+    std::set<int> colourless; // cameras that could not say that they see colours
+    for (std::size_t i = uiFrom; i < trace.calls.size(); ++i) {
         const SeenCall& call = trace.calls[i];
         const CallRow* const pRow = trace.rows[i];
         if (call.kind != kind || pRow == nullptr || (iCamera != kAnyCamera && call.iCamera != iCamera))
             continue;
         if (pRow->eStep == Step::Flowing && pRow->eOperation == Operation::WriteRegister && !expected.messages.empty())
             continue; // the level that could not be flipped is not put back
+        if (pRow->eNext == Step::Balance && kind == KindOf(Operation::GetCameraInfo))
+            colourless.insert(call.iCamera);
+        if (pRow->eStep == Step::Colours && colourless.contains(call.iCamera))
+            continue;
         const bool bPutBack = pRow->eNext == Step::Post;
         if (pRow->eEffect == Effect::GoesOn || (bPutBack && bPutBackTold))
             continue;
@@ -156,8 +174,7 @@ Expected ExpectEach(const Trace& trace, CallKind kind, int iCamera)
             expected.messages.back() = kAnyTriggerText; // it is still on, and to be switched off first
         if (pRow->eEffect == Effect::GivesUp) {
             GiveUp(expected, trace.scene, *pRow);
-            if (pRow->eStep == Step::Clear && pRow->eOperation == Operation::SetConfiguration)
-                expected.messages.push_back(expected.messages.back()); // it is written back, and that fails too
+            AddUndoing(expected, trace, *pRow, call);
             break;
         }
         if (pRow->eEffect == Effect::Ends) {
@@ -171,12 +188,12 @@ Expected ExpectEach(const Trace& trace, CallKind kind, int iCamera)
     return expected;
 }
 
-Expected ExpectAlways(const Trace& trace, CallKind kind, int iCamera)
+Expected ExpectAlways(const Trace& trace, CallKind kind, int iCamera, std::size_t uiFrom = 0)
 {
     const bool bStop = kind == KindOf(Operation::StopCapture);
-    Expected expected = bStop ? ExpectNoStop(trace, iCamera) : Expected {};
+    Expected expected = bStop ? ExpectNoStop(trace, iCamera, uiFrom) : Expected {};
     if (expected.bWhole)
-        expected = ExpectEach(trace, kind, iCamera);
+        expected = ExpectEach(trace, kind, iCamera, uiFrom);
     // What cannot be put back stays as it is, until it can.
     for (const Operation eOperation : { Operation::GetCameraInfo, Operation::GetStrobe, Operation::SetStrobe,
              Operation::GetTriggerMode, Operation::SetTriggerMode, Operation::StopCapture })
@@ -322,8 +339,11 @@ void AddLibraryCases(const Trace& trace, std::vector<MatrixCase>& cases)
             std::erase(ways, Way::BoxLeftOpen);
         for (const Way eWay : ways)
             Add(cases, trace, { call.kind, call.iCamera, call.iNth, eWay }, ExpectOne(trace, i, eWay));
-        if (call.iCamera != kNoCamera)
-            Add(cases, trace, { call.kind, call.iCamera, call.iNth, Way::Unplugged }, ExpectUnplugged(trace, i));
+        if (call.iCamera == kNoCamera)
+            continue;
+        Add(cases, trace, { call.kind, call.iCamera, call.iNth, Way::Unplugged }, ExpectUnplugged(trace, i));
+        Add(cases, trace, { call.kind, call.iCamera, call.iNth, Way::Refused, true },
+            ExpectAlways(trace, call.kind, call.iCamera, i));
     }
     AddFetches(trace, cases);
 }
@@ -349,7 +369,9 @@ std::string MatrixCase::Name() const
         strName += " of every camera";
     else if (fault.iCamera != kNoCamera)
         strName += FormatText(" of camera %d", fault.iCamera);
-    return strName + (fault.iNth == 0 ? std::string(", always, ") : FormatText(", call %d, ", fault.iNth))
+    return strName
+        + (fault.iNth == 0 ? std::string(", always, ")
+                           : FormatText(", call %d%s, ", fault.iNth, fault.bOnwards ? " and on" : ""))
         + WayName(fault.eWay);
 }
 

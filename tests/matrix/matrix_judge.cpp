@@ -61,6 +61,8 @@ std::string MatrixBench::JudgeFiles(int iSkipped)
     for (std::size_t i = m_uiFilesBefore; i < files.size(); ++i)
         if (files[i].exposuresUs != m_before[i - m_uiFilesBefore])
             return "a file does not hold the recording: " + files[i].strFileName;
+        else if (std::abs(files[i].dRate - m_scene.pRig->iFps) > 0.5)
+            return FormatText("a file plays at %.1f fps: ", files[i].dRate) + files[i].strFileName;
     return {};
 }
 
