@@ -91,6 +91,7 @@ TEST(FaultMatrix, StaysRightWhereItWasWrong)
         "free, saving: WriteRegister of camera 0, call 1, refused",
         "partner, starting: GetCameraInfo of camera 1, call 2, refused",
         "gige, starting: GetGigEStreamChannelInfo of camera 1, call 1, refused",
+        "locked, recording: GetCameraInfo of camera 0, call 1, refused",
         "mixed, recording: RetrieveBuffer of camera 2, call 19, unplugged",
     };
     for (const char* const pName : kNames) {
