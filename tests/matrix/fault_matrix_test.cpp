@@ -16,7 +16,7 @@
 
 // Every call out of the core, failing in every way that it can fail, in every state of the program. Most of the
 // cases are for a night; a share of them, another one for each seed, runs with every build:
-//   VIREO_MATRIX_CASES    how many, or "all"                    (default 300)
+//   VIREO_MATRIX_CASES    how many, or "all"                    (default 600)
 //   VIREO_MATRIX_SECONDS  stop after so long, 0 = when done     (default 0)
 //   VIREO_MATRIX_SEED     which share, and in what order        (default 1)
 //   VIREO_MATRIX_ONLY     those whose name contains this text
@@ -123,7 +123,7 @@ TEST(FaultMatrix, HasEachWayInEachStateThatKnowsIt)
 TEST(FaultMatrix, ShowsWhatIsStatedAndRecordsAgain)
 {
     const std::vector<MatrixCase>& cases = TheMatrix().cases;
-    const std::string strCases = Setting("VIREO_MATRIX_CASES", "300");
+    const std::string strCases = Setting("VIREO_MATRIX_CASES", "600");
     const std::string strOnly = Setting("VIREO_MATRIX_ONLY", "");
     const int iSeconds = std::stoi(Setting("VIREO_MATRIX_SECONDS", "0"));
     std::vector<std::size_t> order(cases.size());
