@@ -27,9 +27,8 @@ namespace reg {
 constexpr std::uint32_t kMacHigh = 0x0008, kMacLow = 0x000C, kAddress = 0x0024, kMask = 0x0034, kVendor = 0x0048,
                         kModel = 0x0068, kVersion = 0x0088, kInfo = 0x00A8, kSerial = 0x00D8, kUrl = 0x0200,
                         kInterfaces = 0x0600, kChannels = 0x0904, kCapability = 0x0934, kHeartbeat = 0x0938,
-                        kTickHigh = 0x093C, kTickLow = 0x0940, kConfiguration = 0x0954, kControl = 0x0A00,
-                        kHostPort = 0x0D00, kPacketSize = 0x0D04, kPacketDelay = 0x0D08, kDestination = 0x0D18,
-                        kSourcePort = 0x0D1C;
+                        kTickLow = 0x0940, kConfiguration = 0x0954, kControl = 0x0A00, kHostPort = 0x0D00,
+                        kPacketSize = 0x0D04, kPacketDelay = 0x0D08, kDestination = 0x0D18, kSourcePort = 0x0D1C;
 }
 constexpr std::uint32_t kHeartbeatCanBeOff = 0x20000000;
 constexpr std::uint32_t kCanResend = 0x4;

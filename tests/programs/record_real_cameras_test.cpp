@@ -224,7 +224,7 @@ TEST_F(RecordRealCameras, ACameraThatAnotherProgramTakesInMidRecordingIsNamedAnd
 TEST_F(RecordRealCameras, AKilledProgramsCameraIsToldToBeTakenAndIsFreeSoonAfter)
 {
     StartPeer({ "--count", "1" });
-    RunningProgram killed(Command("genicam:lo", { "--fps", "100", "--seconds", "600" }));
+    RunningProgram killed(Command("genicam:lo", { "--fps", "100", "--seconds", "30" }));
     ASSERT_TRUE(killed.WaitForErr("stream destination 224.0.0.1 is noted")) << killed.Err();
     RealClock clock;
     RecordedLog log;

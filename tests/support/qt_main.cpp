@@ -6,6 +6,11 @@
 #include <gtest/gtest.h>
 #include <memory>
 
+#if defined(VIREO_TEST_ON_DISPLAY) && defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#define VIREO_TEST_NAMED_LEAKS 1
+#endif
+
 namespace {
 
 #ifdef VIREO_TEST_ON_DISPLAY
@@ -73,5 +78,13 @@ int main(int argc, char** argv)
     QApplication application(iToolkitArguments, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     vireo::InstallJapanese(application);
-    return RUN_ALL_TESTS();
+    const int iStatus = RUN_ALL_TESTS();
+#ifdef VIREO_TEST_NAMED_LEAKS
+    // The GL driver goes with the application object; what it leaves behind would bear no library's name then.
+    const int iLeaks = __lsan_do_recoverable_leak_check();
+    display.reset();
+    std::filesystem::remove_all(folder.Path());
+    std::_Exit(iStatus != 0 ? iStatus : iLeaks);
+#endif
+    return iStatus;
 }

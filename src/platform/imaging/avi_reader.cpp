@@ -14,8 +14,9 @@ namespace {
 
 constexpr std::size_t kChunkHeadBytes = 8; ///< mark and size
 constexpr std::size_t kMarkBytes = 4;
+constexpr std::size_t kListHeadBytes = 12; ///< a chunk's head and the list's own mark
 constexpr std::size_t kIndexEntryBytes = 16;
-constexpr std::size_t kMainHeaderBytes = 56;
+constexpr std::size_t kMainHeaderBytes = 64; ///< with its chunk's head
 // Within the main header.
 constexpr std::size_t kFramesOffset = 16;
 constexpr std::size_t kWidthOffset = 32;
@@ -88,7 +89,7 @@ bool AviReader::Read(void* pBytes, std::size_t uiBytes, std::uint64_t uiOffset) 
 
 Error AviReader::ReadChunks()
 {
-    std::array<std::uint8_t, kChunkHeadBytes + kMarkBytes> head {};
+    std::array<std::uint8_t, kListHeadBytes> head {};
     if (!Read(head.data(), head.size(), 0))
         return TooShort();
     if (!IsMark(head.data(), "RIFF") || !IsMark(&head[kChunkHeadBytes], "AVI "))
@@ -97,7 +98,7 @@ Error AviReader::ReadChunks()
     if (uiEnd > m_uiFileBytes)
         return TooShort();
     for (std::uint64_t uiAt = head.size(); uiAt + kChunkHeadBytes <= uiEnd;) {
-        std::array<std::uint8_t, kChunkHeadBytes + kMarkBytes> chunk {};
+        std::array<std::uint8_t, kListHeadBytes> chunk {};
         if (!Read(chunk.data(), kChunkHeadBytes, uiAt))
             return TooShort();
         const Chunk content { uiAt + kChunkHeadBytes, Word(&chunk[kMarkBytes]) };
@@ -127,7 +128,7 @@ Error AviReader::ReadChunks()
 
 Error AviReader::ReadMainHeader(const Chunk& list)
 {
-    std::array<std::uint8_t, kChunkHeadBytes + kMainHeaderBytes> bytes {};
+    std::array<std::uint8_t, kMainHeaderBytes> bytes {};
     if (list.uiBytes < kMarkBytes + bytes.size() || !Read(bytes.data(), bytes.size(), list.uiOffset + kMarkBytes)
         || !IsMark(bytes.data(), "avih"))
         return Broken("the header is damaged");
