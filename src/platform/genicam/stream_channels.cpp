@@ -4,7 +4,9 @@
 #include <arpa/inet.h>
 #include <cstring>
 #include <ifaddrs.h>
+#include <memory>
 #include <net/if.h>
+#include <optional>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -23,7 +25,6 @@ constexpr std::uint32_t kDoNotFragment = 0x40000000;
 constexpr std::uint32_t kConfiguration = 0x0954;
 constexpr std::uint32_t kHeartbeatOff = 1;
 constexpr std::uint32_t kSmallestPacket = 576; ///< every network carries this
-constexpr std::uint32_t kUsualPacket = 1500; ///< every Ethernet carries this
 
 constexpr std::uint32_t Address(std::uint32_t uiChannel, std::uint32_t uiRegister)
 {
@@ -73,6 +74,33 @@ bool KeepDestination(OpenDevice& device, std::uint32_t uiChannel, const IPAddres
     strNote = device.features->Camera() + ": stream destination " + Text(destination)
         + " is noted; the frames come to this computer alone";
     return true;
+}
+
+/// The largest packet that the interface towards the camera carries in one piece; none when it cannot be told.
+std::optional<std::uint32_t> LargestPacket(ArvGvDevice* pDevice)
+{
+    GSocketAddress* pOwn = arv_gv_device_get_interface_address(pDevice);
+    if (!G_IS_INET_SOCKET_ADDRESS(pOwn))
+        return std::nullopt;
+    GInetAddress* pAddress = g_inet_socket_address_get_address(G_INET_SOCKET_ADDRESS(pOwn));
+    ifaddrs* pFirst = nullptr;
+    if (g_inet_address_get_family(pAddress) != G_SOCKET_FAMILY_IPV4 || getifaddrs(&pFirst) != 0)
+        return std::nullopt;
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> list(pFirst, &freeifaddrs);
+    for (const ifaddrs* pNext = pFirst; pNext != nullptr; pNext = pNext->ifa_next) {
+        if (pNext->ifa_addr == nullptr || pNext->ifa_addr->sa_family != AF_INET
+            || std::memcmp(&reinterpret_cast<const sockaddr_in*>(pNext->ifa_addr)->sin_addr,
+                   g_inet_address_to_bytes(pAddress), sizeof(in_addr))
+                != 0)
+            continue;
+        ifreq request {};
+        std::strncpy(request.ifr_name, pNext->ifa_name, IFNAMSIZ - 1);
+        const int iSocket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        const bool bTold = ioctl(iSocket, SIOCGIFMTU, &request) == 0;
+        close(iSocket);
+        return bTold ? std::optional(static_cast<std::uint32_t>(request.ifr_mtu)) : std::nullopt;
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -163,8 +191,11 @@ Error FindPacketSize(OpenDevice& device, std::uint32_t& uiPacketSize)
     Features& features = *device.features;
     if (device.bCapturing)
         return features.Fail(ErrorType::AlreadyStarted, "packet sizes cannot be tried while capturing");
-    const auto wanted = static_cast<gint>(std::clamp<std::uint32_t>(uiPacketSize, kSmallestPacket, 65535));
     auto* pDevice = ARV_GV_DEVICE(device.Device());
+    const std::uint32_t uiLargest = std::clamp<std::uint32_t>(uiPacketSize, kSmallestPacket, 65535);
+    // A camera without test packets would send ones that come in fragments, or never.
+    const auto wanted =
+        static_cast<gint>(std::clamp(LargestPacket(pDevice).value_or(uiLargest), kSmallestPacket, uiLargest));
     GErrorSlot slot;
     arv_gv_device_set_packet_size(pDevice, wanted, slot.Out());
     if (slot)

@@ -2,6 +2,11 @@
 #include "support/bar_code.h"
 
 #include <bit>
+#include <cstring>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace vireo {
 
@@ -76,6 +81,45 @@ TEST_F(GigeCameraTest, FramesFollowEachOtherWithoutALoss)
     EXPECT_EQ(camera->GetStreamStatistics().incomplete, 0U);
     EXPECT_EQ(camera->GetStreamStatistics().underruns, 0U);
     Check(camera->Disconnect());
+}
+
+/// Another largest packet on the loopback interface of the test's own network.
+class LoopbackMtu {
+public:
+    explicit LoopbackMtu(int iBytes) { Set(iBytes); }
+    ~LoopbackMtu() { Set(65536); }
+    LoopbackMtu(const LoopbackMtu&) = delete;
+    LoopbackMtu& operator=(const LoopbackMtu&) = delete;
+
+private:
+    static void Set(int iBytes)
+    {
+        ifreq request {};
+        std::strcpy(request.ifr_name, "lo");
+        request.ifr_mtu = iBytes;
+        const int iSocket = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        EXPECT_EQ(ioctl(iSocket, SIOCSIFMTU, &request), 0);
+        close(iSocket);
+    }
+};
+
+TEST_F(GigeCameraTest, PacketsFitTheLinkOfACameraThatSendsNoTestPackets)
+{
+    const LoopbackMtu usual(1500);
+    StartPeer({ "--count", "1", "--no-test-packets" });
+    MakeLibrary();
+    const auto camera = Open(15000001);
+    ASSERT_NE(camera, nullptr);
+    Configure(*camera, 640, 480, 100.0F);
+    std::uint32_t uiPacket = 9000;
+    Check(camera->DiscoverGigEPacketSize(uiPacket));
+    EXPECT_EQ(uiPacket, 1500U);
+    EXPECT_EQ(Peer(*camera, kPeerPacket) & 0xFFFFU, 1500U);
+    Check(camera->StartCapture());
+    const std::vector<std::uint32_t> codes = Codes(*camera, 20);
+    for (std::size_t i = 1; i < codes.size(); i++)
+        EXPECT_EQ(codes[i] - codes[i - 1], 10000U);
+    EXPECT_EQ(camera->GetStreamStatistics().incomplete, 0U);
 }
 
 TEST_F(GigeCameraTest, TheStrobeOfOneExposesTheOthersWithIt)
