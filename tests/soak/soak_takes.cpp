@@ -24,7 +24,11 @@ constexpr int kRealFilesEvery = 8; ///< takes of which one goes through the real
 
 int g_iTakes = 10;
 unsigned int g_uiSeed = 1;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+bool g_bCountsMemory = false; // a sanitizer keeps what was given back
+#else
 bool g_bCountsMemory = true;
+#endif
 
 /// Writers that are exchanged from take to take.
 class ChangingVideos : public VideoWriters {
@@ -313,7 +317,7 @@ int main(int iCount, char** ppArguments)
         setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1);
         execv("/proc/self/exe", ppArguments);
     }
-    g_bCountsMemory = strMode != "valgrind";
+    g_bCountsMemory = g_bCountsMemory && strMode != "valgrind";
     GTEST_FLAG_SET(filter, strMode == "growth" ? "Takes.TheSame*" : "Takes.BackToBack*");
     if (iCount > 2)
         g_iTakes = std::max(5, std::atoi(ppArguments[2]));
