@@ -83,7 +83,13 @@ public:
     bool IsExact() const { return m_bExact; }
 
 private:
-    void Add(const std::string& strRule) { strFaults += (strFaults.empty() ? "" : ";") + strRule; }
+    /// Not the same kind twice at the same camera: that would be wrong use.
+    void Add(const std::string& strRule)
+    {
+        const std::string strKind = strRule.substr(0, strRule.find_first_of("@="));
+        if (strFaults.find(strKind) == std::string::npos)
+            strFaults += (strFaults.empty() ? "" : ";") + strRule;
+    }
     void AddFault()
     {
         const std::string strCamera = std::to_string(Between(0, m_iCameras - 1));
