@@ -5,6 +5,7 @@
 #include "app/qt/icons.h"
 #include "app/settings_records.h"
 #include "platform/qt/screen_placement.h"
+#include "ui/panel_widgets.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -75,10 +76,10 @@ CMainFrame::~CMainFrame() { qApp->removeEventFilter(this); }
 
 void CMainFrame::MakeStatusBar()
 {
-    m_pMessage = new QLabel(QString::fromUtf8(kIdleText));
+    m_pMessage = new ElidedLabel; // a long verdict must not make the window wider
     m_pMessage->setObjectName(QStringLiteral("status0"));
     m_pMessage->setContentsMargins(6, 0, 6, 0);
-    m_pMessage->setTextFormat(Qt::PlainText);
+    m_pMessage->setText(QString::fromUtf8(kIdleText));
     m_pMissed = new QLabel(MissedText(0));
     m_pMissed->setObjectName(QStringLiteral("134"));
     m_pOutOfSync = new QLabel(OutOfSyncText(0));
@@ -105,7 +106,6 @@ void CMainFrame::UpdateCaptureStatus(double dFps, unsigned uiMissed, unsigned ui
 void CMainFrame::SetStatusText(const QString& strText)
 {
     m_pMessage->setText(strText.isEmpty() ? QString::fromUtf8(kIdleText) : strText);
-    m_pMessage->setToolTip(strText);
 }
 
 void CMainFrame::SetDocumentTitle(const QString& strTitle)

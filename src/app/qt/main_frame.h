@@ -13,6 +13,8 @@
 
 namespace vireo {
 
+class ElidedLabel;
+
 /// Which menu commands can be used, and which are on.
 struct CommandStates {
     bool bDocument = false; ///< a document with views is open
@@ -96,7 +98,7 @@ private:
     QList<QAction*> m_windowList;
     std::unique_ptr<FrameToolBars> m_toolBars;
 
-    QLabel* m_pMessage = nullptr;
+    ElidedLabel* m_pMessage = nullptr;
     QLabel* m_pMissed = nullptr;
     QLabel* m_pOutOfSync = nullptr;
     QLabel* m_pFps = nullptr;

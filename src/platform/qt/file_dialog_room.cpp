@@ -12,7 +12,7 @@ namespace vireo {
 void GiveRoom(QFileDialog& dialog)
 {
     const int iLetter = dialog.fontMetrics().height();
-    const QSize wanted = QSize(iLetter * 44, iLetter * 27).boundedTo(dialog.screen()->availableSize());
+    const QSize wanted = QSize(iLetter * 48, iLetter * 27).boundedTo(dialog.screen()->availableSize());
     dialog.resize(dialog.size().expandedTo(wanted));
     if (auto* pSplitter = dialog.findChild<QSplitter*>(QStringLiteral("splitter"))) {
         QList<int> sizes = pSplitter->sizes();
@@ -22,7 +22,7 @@ void GiveRoom(QFileDialog& dialog)
     }
     if (auto* pTree = dialog.findChild<QTreeView*>(QStringLiteral("treeView"))) {
         constexpr int kDate = 3;
-        const int iDate = pTree->fontMetrics().horizontalAdvance(QStringLiteral("0000 Wednesday 00/00/00 00:00:00"));
+        const int iDate = pTree->fontMetrics().horizontalAdvance(QStringLiteral("00 WWW 0000 00:00:00 "));
         if (pTree->header()->count() > kDate)
             pTree->header()->resizeSection(kDate, std::max(pTree->header()->sectionSize(kDate), iDate));
     }

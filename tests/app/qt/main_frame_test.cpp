@@ -1,6 +1,7 @@
 #include "app/qt/application_look.h"
 #include "app/qt/main_frame.h"
 #include "app/settings_records.h"
+#include "support/cut_texts.h"
 #include "support/qt_tools.h"
 #include "support/temporary_folder.h"
 #include "support/test_platform.h"
@@ -120,6 +121,38 @@ TEST_F(MainFrameTest, StatusPanesHaveTheirTexts)
     EXPECT_EQ(Pane("status0"), QStringLiteral("録画完了"));
     frame.SetStatusText({});
     EXPECT_EQ(Pane("status0"), QStringLiteral("レディ"));
+}
+
+TEST_F(MainFrameTest, LongStatusTextIsShortenedAndMovesNothing)
+{
+    CMainFrame& frame = Open();
+    frame.show();
+    test::Pump();
+    const int iSmallest = frame.minimumSizeHint().width();
+    const auto* pFps = frame.findChild<QLabel*>(QStringLiteral("133"));
+    const QRect fps = pFps->geometry();
+    const QString strLong = QStringLiteral("録画完了：12000ﾌﾚｰﾑ　") + QString(300, QChar(u'欠'));
+    frame.SetStatusText(strLong);
+    test::Pump();
+    EXPECT_EQ(frame.minimumSizeHint().width(), iSmallest);
+    EXPECT_EQ(pFps->geometry(), fps);
+    EXPECT_EQ(Pane("status0"), strLong);
+    EXPECT_EQ(frame.findChild<QLabel*>(QStringLiteral("status0"))->toolTip(), strLong) << "the whole of it";
+}
+
+TEST_F(MainFrameTest, TextsAreWholeInEveryLook)
+{
+    for (const ApplicationLook& look : ApplicationLooks()) {
+        SCOPED_TRACE(look.iId);
+        CMainFrame& frame = Open();
+        frame.OnApplicationLook(look.iId);
+        frame.UpdateCaptureStatus(1234.56, 999999, 999999);
+        frame.show();
+        test::Pump();
+        const QStringList cut = test::CutTexts(frame);
+        EXPECT_TRUE(cut.isEmpty()) << cut.join(QLatin1Char('\n')).toStdString();
+    }
+    ApplyLook(*qApp, LookOf(kDefaultLook));
 }
 
 TEST_F(MainFrameTest, StatusPanesStandInTheirOrder)
