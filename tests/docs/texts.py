@@ -153,6 +153,10 @@ def facts(house):
     for key in re.findall(r'\{ "(AFFINE_\d\d)"', records):
         expected.append((FORMATS, f"`{key}`", "settings key"))
     expected += [(FORMATS, f"`{key}`", "settings key") for key in ("file1", "file5", "SyncPath")]
+    defaults = re.findall(r'preset\.(\w+) = app\.ReadIniInt\(strSection, "(\w+)", (-?\d+)\)', records)
+    for field, key, default in defaults:
+        key = field if field in ("WindowSizeX", "WindowSizeY") else key  # the page says which is read for which
+        expected.append((FORMATS, f"| `{key}` | {default} |", "preset's default"))
     for section in re.findall(r'k\w+Section = "(\w+)"', records):
         expected.append((FORMATS, f"`[{section}]`", "settings section"))
     for key in re.findall(r'read\("(\w+)", (\d+)\)', records):
@@ -162,6 +166,16 @@ def facts(house):
         expected.append((FORMATS, f"`{field}`", "report field"))
     for verdict in re.findall(r'case Verdict::\w+: return "([^"]+)"', house.read("src/capture/take_report.cpp")):
         expected.append((FORMATS, f"`{verdict}`", "verdict"))
+    heading = re.search(r'"(frame,exposure,[a-z_,]+)\\n"', house.read("src/programs/take_report_writer.cpp")).group(1)
+    expected.append((FORMATS, f"    {heading}\n", "table of frames"))
+    expected += [(FORMATS, f"| `{column}` |", "table of frames") for column in heading.split(",")]
+    quality = re.search(r"kJpegQuality = (\d+);", house.read("src/capture/avi_export.cpp")).group(1)
+    expected.append((FORMATS, f"quality {quality},", "quality"))
+    scene = house.read("src/platform/simulated/scene.h")
+    size, one, zero = (re.search(rf"kBarCode{k} = (\d+);", scene).group(1) for k in ("CellSize", "One", "Zero"))
+    expected.append((FORMATS, f"lowest {size} rows", "bar code"))
+    expected.append((FORMATS, f"cells of {size}x{size} pixels", "bar code"))
+    expected.append((FORMATS, f"{one} for 1 and {zero} for 0", "bar code"))
     header = re.search(r"kHeaderBytes = (\d+);", house.read("src/platform/imaging/avi_file.h")).group(1)
     expected.append((FORMATS, f"The header is {header} bytes", "AVI header"))
     frames = re.search(r"kTotalFramesOffset = (\d+);", house.read("src/platform/imaging/avi_file.h")).group(1)
@@ -193,8 +207,8 @@ def facts(house):
     failures = words
     kinds_seen = {what for *_, what in expected}
     failures += [f"{page} lacks the {what}: {text.strip()}" for page, text, what in expected if text not in text_of[page]]
-    for what in ("model", "error number", "settings key", "settings section", "white balance", "report field", "verdict",
-                 "fault rule"):
+    for what in ("model", "error number", "settings key", "preset's default", "settings section", "white balance",
+                 "report field", "verdict", "fault rule"):
         if what not in kinds_seen:
             failures.append(f"the code shows no {what} where this check looks for it")
     return len(expected), failures
