@@ -12,7 +12,8 @@ constexpr std::array<const char*, kSeamCount> kSeamNames = { "AvailableKiB", "Cr
     "AppendVideo", "CloseVideo", "GetFiles", "ReadBack", "Convert", "WriteSidecar", "FindWindow", "PostPartner",
     "SendPartner", "CancelPartner", "Drive", "Decode", "Encode", "ShowMessage", "ConfirmCameras", "ChooseSavePath",
     "PostCommand", "SetViewTimers", "StartExitTimer", "RedrawView", "PlaceViews", "SetMainTitle", "RefreshPanel",
-    "ShowControlPanel", "SetStatusText", "AddRecentFile", "BeginProgress", "SetProgress", "EndProgress", "Settle" };
+    "ShowControlPanel", "SetStatusText", "AddRecentFile", "BeginProgress", "SetProgress", "EndProgress", "Settle",
+    "CreateThread" };
 
 constexpr ClockTime kTimeOut = kNsPerSecond;
 constexpr ClockTime kLate = 300 * kNsPerMs;

@@ -13,8 +13,8 @@
 
 namespace vireo::test {
 
-/// What the core calls beside the camera library: memory, files, pictures, partner, screen. In the order of the
-/// interfaces; a call is counted behind the library's operations.
+/// What the core calls beside the camera library: memory, files, pictures, partner, screen, threads. In the order of
+/// the interfaces; a call is counted behind the library's operations.
 enum class Seam {
     AvailableKiB,
     CreateArena,
@@ -58,8 +58,9 @@ enum class Seam {
     SetProgress,
     EndProgress,
     Settle,
+    CreateThread,
 };
-constexpr std::size_t kSeamCount = static_cast<std::size_t>(Seam::Settle) + 1;
+constexpr std::size_t kSeamCount = static_cast<std::size_t>(Seam::CreateThread) + 1;
 
 /// A library operation or a seam, as one number.
 using CallKind = std::size_t;

@@ -7,6 +7,7 @@
 #include "camera/operator_actions.h"
 #include "capture/frame_store_alloc.h"
 #include "capture/grab_threads.h"
+#include "matrix/thread_faults.h"
 #include "platform/simulated/simulated_library.h"
 #include "support/bar_code.h"
 #include "support/camera_document.h"
@@ -118,6 +119,7 @@ MatrixBench::MatrixBench(const Scene& scene)
         strSettings += FormatText(
             "[CAM_PROPERTY_DATA%s]\r\nFrameRate=%d\r\nShutter=%d\r\n", pPreset, scene.pRig->iFps, scene.pRig->iShutter);
     WriteFile(m_folder / "Tessel.ini", strSettings);
+    AskBeforeThreads([this] { return m_board.Enter(Seam::CreateThread) == Way::Fails; });
     m_app->SetIniFolder(m_folder.Path() + "/");
     m_app->SetRequest(RequestOf(*scene.pRig));
     m_app->SetSidecar(&m_sidecar);
@@ -130,6 +132,7 @@ MatrixBench::~MatrixBench()
     m_board.Rest();
     if (m_doc)
         OnCloseDocument(*m_doc);
+    AskBeforeThreads(nullptr);
 }
 
 void MatrixBench::NewDocument()
