@@ -7,6 +7,7 @@
 #include "platform/linux/memory.h"
 #include "platform/linux/socket_partner_link.h"
 #include "platform/linux/stderr_log.h"
+#include "platform/qt/display_end.h"
 #include "platform/qt/japanese_texts.h"
 #include "platform/qt/platform_choice.h"
 #include "platform/qt/qt_window_system.h"
@@ -86,7 +87,12 @@ int RunDesktop(Platform& platform, QtWindowSystem& window, const std::string& st
             window.Terminate();
             window.PostCommand(command::kExit);
         });
-        bStarted = desktop.Start();
+        bool bRunning = false;
+        const DisplayEnd displayEnd([&] {
+            desktop.EndWithoutDisplay();
+            return app.ExitInstance(0, bRunning);
+        });
+        bStarted = bRunning = desktop.Start();
         if (bStarted)
             iStatus = QApplication::exec();
     }

@@ -10,8 +10,8 @@ namespace {
 
 using test::RunTool;
 
-/// How an operator, or the end of the login, closes the program.
-enum class End { CloseBox, Termination };
+/// How an operator, or the end of the login, closes the program; with the login its display may go.
+enum class End { CloseBox, Termination, Display };
 
 /// The program with four simulated cameras, closed from outside.
 class DesktopEndRun : public test::DesktopRun<testing::Test> {
@@ -33,9 +33,11 @@ protected:
         XTool({ "xdotool", "mousemove", "--window", m_strPanel, std::to_string(value("WIDTH=") * iAcross / 1000),
             std::to_string(value("HEIGHT=") * iDown / 1000), "click", "1" });
     }
-    void Close(End eEnd) const
+    void Close(End eEnd)
     {
-        if (eEnd == End::Termination)
+        if (eEnd == End::Display)
+            m_display.End();
+        else if (eEnd == End::Termination)
             m_program->Signal(SIGTERM);
         else
             ASSERT_TRUE(test::PressCloseBox(m_display.Name(), m_strMain));
@@ -116,6 +118,52 @@ TEST_P(DesktopEnd, AfterThePanelWasClosed)
 
 INSTANTIATE_TEST_SUITE_P(CloseBox, DesktopEnd, testing::Values(End::CloseBox));
 INSTANTIATE_TEST_SUITE_P(Termination, DesktopEnd, testing::Values(End::Termination));
+
+class DesktopDisplayEnd : public DesktopEndRun { };
+
+TEST_F(DesktopDisplayEnd, WhileLiveIsAsTheCloseBox)
+{
+    BeginLive();
+    Close(End::Display);
+    ExpectGoodEnd();
+}
+
+TEST_F(DesktopDisplayEnd, WhileRecordingIsAsTheCloseBox)
+{
+    BeginLive();
+    Press(m_strPanel, "F9");
+    WaitForLamp(kRecording);
+    Close(End::Display);
+    ExpectGoodEnd();
+    EXPECT_TRUE(std::filesystem::is_empty(Work("")));
+}
+
+TEST_F(DesktopDisplayEnd, InTheMiddleOfASaveStoresTheSettings)
+{
+    BeginLive();
+    Record();
+    Press(m_strMain, "ctrl+s");
+    while (!std::filesystem::exists(Work("-cam1-0000.avi")) && !m_program->HasEnded()) { }
+    Close(End::Display);
+    ExpectGoodEnd();
+}
+
+TEST_F(DesktopDisplayEnd, UnderAMessageThatNobodyReadsIsAsTheCloseBox)
+{
+    BeginLive("hang:0@90");
+    Window("Tessel$");
+    Close(End::Display);
+    ExpectGoodEnd();
+}
+
+TEST_F(DesktopDisplayEnd, BeforeTheCamerasAreConfirmedStoresNothing)
+{
+    const std::string strBefore = test::ReadFile(SettingsFile());
+    Begin();
+    Close(End::Display);
+    EXPECT_EQ(m_program->WaitForEnd(), 1) << m_program->Err();
+    EXPECT_EQ(test::ReadFile(SettingsFile()), strBefore);
+}
 
 using DesktopTermination = DesktopEndRun;
 

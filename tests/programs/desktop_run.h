@@ -105,7 +105,7 @@ protected:
     std::string Work(const std::string& strFile) const { return m_folder / ("work/" + strFile); }
 
     const TemporaryFolder m_folder;
-    const OwnDisplay m_display;
+    OwnDisplay m_display;
     std::vector<std::pair<std::string, std::string>> m_environment; ///< beside the usual, or in its place
     std::unique_ptr<RunningProgram> m_program;
     std::string m_strConfirmation, m_strMain, m_strPanel;

@@ -44,10 +44,15 @@ public:
             throw std::runtime_error("Xvfb did not start");
         m_strName = ":" + strNumber;
     }
-    ~OwnDisplay()
+    ~OwnDisplay() { End(); }
+    /// The server goes, whoever still draws on it.
+    void End()
     {
+        if (m_pid <= 0)
+            return;
         kill(m_pid, SIGTERM);
         waitpid(m_pid, nullptr, 0);
+        m_pid = -1;
     }
     OwnDisplay(const OwnDisplay&) = delete;
     OwnDisplay& operator=(const OwnDisplay&) = delete;

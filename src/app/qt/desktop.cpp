@@ -217,4 +217,24 @@ void Desktop::Close()
     m_window.Queue().Discard();
 }
 
+void Desktop::EndWithoutDisplay()
+{
+    if (m_bClosed || !m_frame)
+        return;
+    m_bClosed = true;
+    m_window.ShowNothingMore();
+    if (m_requests)
+        m_requests->Close();
+    m_listener.reset();
+    if (m_bShown) {
+        for (CChildFrame* pFrame : m_frames)
+            pFrame->View()->OnDestroy();
+        StorePanelPlace();
+        m_frame->Store();
+    }
+    // The writers of a save that is under way still read the frames; the process ends with them.
+    if (m_bDocumentOpen && !m_doc->m_capture.m_bSaving)
+        OnCloseDocument(*m_doc);
+}
+
 } // namespace vireo

@@ -28,6 +28,8 @@ public:
     /// Stops the capture, closes document, views and panel, stores what is stored at the end.
     /// Harmless when repeated.
     void Close();
+    /// The same when the display has gone: no window is touched, and the process has to end afterwards.
+    void EndWithoutDisplay();
 
     [[nodiscard]] CMainFrame& Frame() { return *m_frame; }
     [[nodiscard]] CVireoDoc& Document() { return *m_doc; }
@@ -68,6 +70,7 @@ private:
     // desktop_windows.cpp
     void OpenPanel();
     void ClosePanel();
+    void StorePanelPlace();
     void ClearPanelPosition();
     void SaveAviFiles();
     void ShowVerdict();

@@ -264,9 +264,15 @@ void Desktop::OpenPanel()
         m_panel->show();
 }
 
+void Desktop::StorePanelPlace()
+{
+    if (m_panel)
+        SaveControlPanelRect(m_app, ToWindowRect(m_panel->frameGeometry()));
+}
+
 void Desktop::ClosePanel()
 {
-    SaveControlPanelRect(m_app, ToWindowRect(m_panel->frameGeometry()));
+    StorePanelPlace();
     // Its own button or key may still be on the stack.
     m_panel->hide();
     m_panel.release()->deleteLater();

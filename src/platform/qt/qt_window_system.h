@@ -29,6 +29,12 @@ public:
     /// Ends the program's dealings with the operator, because the process has to end: closes every open
     /// box as its close button would; later messages go to the log, later questions are cancelled.
     void Terminate();
+    /// The display has gone: nothing is drawn, opened or closed from now on; messages go to the log.
+    void ShowNothingMore()
+    {
+        m_bTerminating = true;
+        m_pWindows = nullptr;
+    }
     [[nodiscard]] bool IsTerminating() const { return m_bTerminating; }
 
     void ShowMessage(const OperatorMessage& message) override;
