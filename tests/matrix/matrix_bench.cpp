@@ -211,6 +211,8 @@ bool MatrixBench::Act()
     if (m_scene.eState == State::Waiting && std::string(m_scene.pRig->pName) == "gige")
         m_library.Answers().triggerOn = true;
     const bool bWhole = ActInState();
+    // A stop that a thread of the capture has begun comes to its end.
+    WaitFor(2 * kNsPerSecond, [this] { return m_doc->m_capture.m_ePhase != CapturePhase::Stopping; });
     m_library.Answers() = {};
     return bWhole;
 }
