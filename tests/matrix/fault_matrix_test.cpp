@@ -92,6 +92,9 @@ TEST(FaultMatrix, StaysRightWhereItWasWrong)
         "partner, starting: GetCameraInfo of camera 1, call 2, refused",
         "gige, starting: GetGigEStreamChannelInfo of camera 1, call 1, refused",
         "locked, recording: GetCameraInfo of camera 0, call 1, refused",
+#ifndef VIREO_TEST_SANITIZED
+        "locked, armed: CreateThread of every camera, call 2, fails",
+#endif
         "mixed, recording: RetrieveBuffer of camera 2, call 19, unplugged",
     };
     for (const char* const pName : kNames) {
