@@ -126,7 +126,10 @@ Expected ExpectSeam(const Scene& scene, const SeamRow& row, int iNth)
         expected.messages.emplace_back(row.pMessage);
     switch (row.eEffect) {
     case Nothing: break;
-    case Told: break;
+    case Told:
+        if (row.eSeam == StartTouching && bPartner && scene.eState == State::Starting && iNth == 0)
+            expected.messages.push_back(expected.messages[0]); // two stores are taken
+        break;
     case NoThread:
         expected.bWhole = false;
         expected.bStandstill = true;
