@@ -6,6 +6,14 @@
 
 namespace vireo {
 
+bool IsCameraLost(CVireoDoc& doc, std::size_t uiCamera)
+{
+    CameraInfo info;
+    const bool bSilent =
+        doc.m_grabThreads && uiCamera < doc.m_grabThreads->Cameras() && doc.m_grabThreads->Status(uiCamera).m_bStalled;
+    return bSilent || !CameraOf(doc, uiCamera).GetCameraInfo(info).IsOk();
+}
+
 TakeEvidence CollectTake(CVireoDoc& doc)
 {
     const CaptureSnapshot& running = doc.m_capture.m_running;
@@ -26,6 +34,7 @@ TakeEvidence CollectTake(CVireoDoc& doc)
         camera.iLostBefore = store.m_iLostBefore[c];
         camera.statistics = CameraOf(doc, c).GetStreamStatistics();
         camera.uiColdSlots = store.m_uiColdSlots[c];
+        camera.bLost = IsCameraLost(doc, c);
         const int iFrames = std::clamp(store.m_isaveFrameCount[c].load(), 0, std::max(evidence.iTarget, 0));
         camera.frames.reserve(static_cast<std::size_t>(iFrames));
         for (int i = 0; i < iFrames; ++i) {

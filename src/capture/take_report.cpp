@@ -166,6 +166,7 @@ private:
         report.iLostBefore = camera.iLostBefore;
         report.statistics = camera.statistics;
         report.uiColdSlots = camera.uiColdSlots;
+        report.bLost = camera.bLost;
         report.gaps = m_evidence.bOutsideTrigger ? FindLongIntervals(times, m_dPeriod) : FindGaps(camera.frames);
         if (!camera.frames.empty())
             report.dFirstTimestamp = camera.frames.front().dDeviceTime;

@@ -28,6 +28,7 @@ struct CameraEvidence {
     int iLostBefore = 0; ///< frames lost between capture start and recording
     StreamStatistics statistics;
     std::uint64_t uiColdSlots = 0;
+    bool bLost = false; ///< the camera went, or fell silent, before the take was whole
 };
 
 /// The evidence of one take.
@@ -74,6 +75,7 @@ struct CameraReport {
     double dClockPpm = 0.0; ///< rate of the camera's clock against the host's
     StreamStatistics statistics;
     std::uint64_t uiColdSlots = 0;
+    bool bLost = false;
     std::vector<double> offsetsUs; ///< residual of every frame against camera 0; empty when it cannot be told
     bool bCompared = false; ///< whether the residuals could be trusted; true for camera 0
     std::vector<double> times; ///< embedded time of every frame, s, without its wraps
@@ -101,6 +103,9 @@ struct TakeReport {
 /// line under all its (device time, arrival - device time) points that lies closest to them: frames can
 /// arrive late but never early, so neither the offset nor the rate rests on the pairing that is judged.
 TakeReport JudgeTake(const TakeEvidence& evidence);
+
+/// The camera is gone or fell silent since the capture began. User-interface thread.
+bool IsCameraLost(CVireoDoc& doc, std::size_t uiCamera);
 
 /// The evidence of the recording that stands in the document's store, after its threads have ended.
 /// User-interface thread.

@@ -283,13 +283,9 @@ bool Recorder::EndRecording(CVireoDoc& doc, const char* pGivenUp)
 void Recorder::NameLostCameras(CVireoDoc& doc)
 {
     std::string strLost;
-    for (unsigned int c = 0; c < doc.m_cameras.m_uiNumCameras; ++c) {
-        CameraInfo info;
-        const bool bSilent =
-            doc.m_grabThreads && c < doc.m_grabThreads->Cameras() && doc.m_grabThreads->Status(c).m_bStalled;
-        if (bSilent || !CameraOf(doc, c).GetCameraInfo(info).IsOk())
+    for (unsigned int c = 0; c < doc.m_cameras.m_uiNumCameras; ++c)
+        if (IsCameraLost(doc, c))
             strLost += FormatText("%s%u", strLost.empty() ? "" : ", ", doc.m_cameras.m_uiSerialNumber[c]);
-    }
     if (!strLost.empty())
         m_outcome.strError += " (lost: camera " + strLost + ")";
 }

@@ -50,6 +50,7 @@ Json CameraJson(std::size_t uiIndex, const CameraReport& camera)
         { "underruns", camera.statistics.underruns },
         { "resends", camera.statistics.resends },
         { "cold_slots", camera.uiColdSlots },
+        { "lost", camera.bLost },
     };
 }
 

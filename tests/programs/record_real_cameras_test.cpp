@@ -215,6 +215,7 @@ TEST_F(RecordRealCameras, ACameraThatAnotherProgramTakesInMidRecordingIsNamedAnd
         for (std::size_t i = 0; i < 2; i++) {
             const std::string strFile = File("-cam" + std::to_string(i + 1));
             EXPECT_EQ(Camera(i).at("frames"), uiFrames);
+            EXPECT_EQ(Camera(i).at("lost"), i == 1);
             EXPECT_EQ(FramesByFfprobe(strFile), "100/1," + std::to_string(uiFrames) + "\n");
             std::filesystem::remove(strFile);
         }

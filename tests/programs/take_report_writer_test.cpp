@@ -38,6 +38,7 @@ TakeReport MakeReport()
     camera.dClockPpm = -7.25;
     camera.statistics = { 4, 5, 6 };
     camera.uiColdSlots = 7;
+    camera.bLost = true;
     report.cameras.push_back(camera);
     return report;
 }
@@ -78,6 +79,7 @@ TEST(TakeReportWriter, EveryFieldIsThereUnderItsName)
     EXPECT_EQ(camera.at("underruns"), 5);
     EXPECT_EQ(camera.at("resends"), 6);
     EXPECT_EQ(camera.at("cold_slots"), 7);
+    EXPECT_EQ(camera.at("lost"), true);
 }
 
 TEST(TakeReportWriter, AFailureIsToldInTheReport)
