@@ -44,7 +44,7 @@ TEST(GrabRecording, OneCameraMarksItsOwnStartAndRecordsSixFramesMore)
 TEST(GrabRecording, FrameIOfEveryCameraIsTheSameExposureWhereverTheRingStands)
 {
     // The ring has 164 slots; the later starts lie beyond one and two laps, some right at the wrap.
-    for (const std::uint64_t uiLive : { 1, 2, 5, 120, 160, 161, 162, 163, 164, 165, 166, 330, 331 }) {
+    for (const std::uint64_t uiLive : { 1U, 2U, 5U, 120U, 160U, 161U, 162U, 163U, 164U, 165U, 166U, 330U, 331U }) {
         SCOPED_TRACE(uiLive);
         ScriptedCapture capture({ .uiCameras = 4 });
         capture.Start();
@@ -133,9 +133,9 @@ TEST(GrabRecording, TriggersSlowerThanTheFrameRateShiftNothing)
 TEST(GrabRecording, CamerasThatDeliverFramesLateJoinByTheMark)
 {
     // Up to 9 frames are one lap; beyond that a camera stays idle until it has caught up with the mark.
-    for (const std::size_t uiLate : { 0, 1, 2 })
+    for (const std::size_t uiLate : { 0U, 1U, 2U })
         for (const int iFrames : { 3, 8, 9, 10, 11, 25, 60 })
-            for (const std::uint64_t uiLive : { 60, 155, 170 }) {
+            for (const std::uint64_t uiLive : { 60U, 155U, 170U }) {
                 SCOPED_TRACE(
                     testing::Message() << "camera " << uiLate << " " << iFrames << " frames late, start at " << uiLive);
                 ScriptedCapture capture({ .uiCameras = 3 });
@@ -149,7 +149,7 @@ TEST(GrabRecording, CamerasThatDeliverFramesLateJoinByTheMark)
 
 TEST(GrabRecording, AFrameLostWhileLiveShiftsNoRecording)
 {
-    for (std::size_t uiLoser : { 0, 1, 2 }) {
+    for (std::size_t uiLoser : { 0U, 1U, 2U }) {
         SCOPED_TRACE(uiLoser);
         ScriptedCapture capture({ .uiCameras = 3 });
         capture.Cam(uiLoser).m_lost = { 5, 9, 10, 11 };
@@ -165,7 +165,7 @@ TEST(GrabRecording, AFrameLostWhileLiveShiftsNoRecording)
 TEST(GrabRecording, AFrameLostAroundTheStartIsTheOnlyOneThatIsWrong)
 {
     // Which exposure is lost is swept across the frame at which the recording begins.
-    for (const std::size_t uiLoser : { 0, 1 })
+    for (const std::size_t uiLoser : { 0U, 1U })
         for (const auto& [iLate, iLost] :
             { std::pair { 0, 1 }, std::pair { 0, 2 }, std::pair { 4, 1 }, std::pair { 4, 2 } })
             for (std::int64_t iExposure = 26; iExposure < 40; ++iExposure) {

@@ -85,7 +85,7 @@ TEST(StopGrab, SwitchesTheStrobeOffBeforeItStopsTheCameras)
 TEST(StopGrab, ComesBackAlthoughCamerasIgnoreIt)
 {
     ScriptedCapture capture({ .uiCameras = 4 });
-    for (const std::size_t c : { 1, 3 }) {
+    for (const std::size_t c : { 1U, 3U }) {
         capture.Cam(c).m_hangsFrom = 3;
         capture.Cam(c).m_bIgnoresStop = true;
     }

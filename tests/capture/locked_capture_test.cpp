@@ -116,7 +116,7 @@ TEST(LockedCapture, GigECamerasAreLockedAsWell)
 
 TEST(LockedCapture, ARecordingIsRightAfterTheRingHasTurned)
 {
-    for (const std::uint64_t uiLive : { 162, 163, 164, 165, 340 }) {
+    for (const std::uint64_t uiLive : { 162U, 163U, 164U, 165U, 340U }) {
         SCOPED_TRACE(uiLive);
         SimulatedCapture capture({ .strSource = "simulated:3xFL3-U3-13Y3M" });
         ASSERT_TRUE(capture.Record(uiLive));

@@ -60,7 +60,7 @@ TEST_F(FrameLock, ADroppedFrameIsAGapInThatCameraOnly)
     Build("drop:2@100");
     m_rig->StartDown();
     const Codes codes = Grab(*m_rig, kTwoSeconds);
-    for (const std::size_t c : { 0, 1, 3 })
+    for (const std::size_t c : { 0U, 1U, 3U })
         EXPECT_EQ(codes[c], Expected(kPeriodUs, kTwoSeconds)) << "camera " << c;
     std::vector<std::uint32_t> withGap = Expected(kPeriodUs, kTwoSeconds);
     withGap.erase(withGap.begin() + 100);
@@ -95,7 +95,7 @@ TEST_F(FrameLock, ASlaveWithoutTriggerModeStartsByItself)
 {
     Build();
     m_rig->SetTrigger(2, false);
-    for (const std::size_t c : { 3, 2, 1 })
+    for (const std::size_t c : { 3U, 2U, 1U })
         EXPECT_TRUE((*m_rig)[c].StartCapture().IsOk());
     m_rig->GetClock().SleepMs(5);
     EXPECT_TRUE((*m_rig)[0].StartCapture().IsOk());
