@@ -122,6 +122,9 @@ Expected ExpectSeam(const Scene& scene, const SeamRow& row, int iNth)
 {
     const bool bPartner = scene.pRig->bPartner;
     Expected expected;
+    // Behind each name that is taken comes the folder in which another one is asked for; that may be any.
+    if (row.eSeam == Drive && scene.eState == State::SavingElsewhere && iNth > 0 && iNth % 2 == 0)
+        return expected;
     if (*row.pMessage != '\0')
         expected.messages.emplace_back(row.pMessage);
     switch (row.eEffect) {
