@@ -36,6 +36,7 @@ enum class Step {
     Post,
     Level,
     Recorded,
+    Reported,
     Flowing,
     Beginning,
     Closed,

@@ -17,7 +17,7 @@ struct ProcessState {
 };
 
 constexpr std::uint64_t kResidentSlackKiB = 48 << 10; ///< libraries' own pages, touched with their first use
-constexpr std::size_t kHeapSlackBytes = 256;
+constexpr std::ptrdiff_t kHeapSlackBytes = 256;
 
 inline ProcessState ReadProcessState()
 {
