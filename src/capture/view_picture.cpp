@@ -40,8 +40,7 @@ Error ShowInView(CVireoDoc& doc, std::size_t uiCamera, const Image& frame)
     }
     source.uiRows = std::min(source.uiRows, picture.GetRows());
     source.uiCols = std::min(source.uiCols, picture.GetCols());
-    Error error =
-        doc.GetPlatform().converter.Convert(source, picture.GetPixelFormat(), pPixels, picture.GetStride());
+    Error error = doc.GetPlatform().converter.Convert(source, picture.GetPixelFormat(), pPixels, picture.GetStride());
     if (error.IsOk())
         view.m_viewImage.SetArrivalTime(frame.GetArrivalTime());
     return error;
