@@ -58,14 +58,15 @@ void CameraWiring::Expose(std::size_t uiCamera, std::int64_t start)
     Edge(start + state.pCamera->ExposureNs(), bInverted, uiCamera);
 }
 
-/// Every camera that waits for such an edge exposes, unless it is still busy.
+/// Every camera that waits for such an edge exposes, unless it is still busy. An inverted input sees it turned over.
 void CameraWiring::Edge(std::int64_t at, bool bRising, std::size_t uiDriver)
 {
     for (std::size_t i = 0; i < m_cameras.size(); i++) {
         State& state = m_cameras[i];
         const SoftCamera& camera = *state.pCamera;
+        const bool bSeenRising = bRising != camera.LineInverted(kWireLine);
         if (i == uiDriver || !camera.Acquiring() || !camera.TriggerOn() || camera.LineIsOutput(kWireLine)
-            || camera.TriggerLine() != static_cast<int>(kWireLine) || camera.TriggerOnRisingEdge() != bRising)
+            || camera.TriggerLine() != static_cast<int>(kWireLine) || camera.TriggerOnRisingEdge() != bSeenRising)
             continue;
         const std::int64_t busy = std::max(camera.MinPeriodNs(), camera.ExposureNs());
         if (at - state.last >= busy)

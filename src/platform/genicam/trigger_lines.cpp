@@ -29,9 +29,36 @@ Error SelectTrigger(OpenDevice& device)
         Feature::TriggerSelector, { "FrameStart", "ExposureStart", "AcquisitionStart" });
 }
 
+/// Shows the selected line as it is. What turns a strobe over would turn an input's edges over as well.
+Error ClearInverter(Features& features)
+{
+    if (!features.Has(Feature::LineInverter))
+        return {};
+    bool bInverted = false;
+    if (Error error = features.GetSwitch(Feature::LineInverter, bInverted); !error.IsOk())
+        return error == ErrorType::Disconnected ? error : Error(); // this line has none
+    return bInverted ? features.SetSwitch(Feature::LineInverter, false) : Error();
+}
+
+/// Another program may have left the trigger's line inverted.
+Error ClearInput(OpenDevice& device, unsigned int uiLine)
+{
+    bool bOutput = false;
+    if (!HasLine(device, uiLine))
+        return {};
+    if (Error error = SelectLine(device, uiLine); !error.IsOk())
+        return error;
+    if (Error error = GetLineDirection(device, uiLine, bOutput); !error.IsOk() || bOutput)
+        return error;
+    return ClearInverter(*device.features);
+}
+
 Error WriteTriggerDetails(OpenDevice& device, const TriggerMode& mode)
 {
     Features& features = *device.features;
+    if (mode.source != kSoftwareSource)
+        if (Error error = ClearInput(device, mode.source); !error.IsOk())
+            return error;
     const Error source = mode.source == kSoftwareSource
         ? features.SetChoice(Feature::TriggerSource, "Software")
         : features.SetFirstChoice(
@@ -165,6 +192,9 @@ Error WriteStrobe(OpenDevice& device, const StrobeControl& control)
     }
     if (Error error = SwitchStrobe(features, control.onOff); !error.IsOk())
         return error;
+    if (!control.onOff)
+        if (Error error = ClearInverter(features); !error.IsOk())
+            return error;
     device.remembered.strobe[control.source] = control;
     return {};
 }
@@ -191,9 +221,12 @@ Error SetLineDirection(OpenDevice& device, unsigned int uiLine, bool bOutput)
     // A line that is wired to be an input or an output only keeps what it is.
     if (bOutput && device.features->HasChoice(Feature::LineMode, "Output"))
         return device.features->SetChoice(Feature::LineMode, "Output");
-    if (!bOutput && device.features->HasChoice(Feature::LineMode, "Input"))
-        return device.features->SetChoice(Feature::LineMode, "Input");
-    return {};
+    if (bOutput)
+        return {};
+    if (device.features->HasChoice(Feature::LineMode, "Input"))
+        if (Error error = device.features->SetChoice(Feature::LineMode, "Input"); !error.IsOk())
+            return error;
+    return ClearInput(device, uiLine);
 }
 
 Error GetLineLevel(OpenDevice& device, unsigned int uiLine, bool& bHigh)

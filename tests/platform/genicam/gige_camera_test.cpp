@@ -235,6 +235,25 @@ TEST_F(GigeCameraTest, TriggerAndStrobeReachTheCamera)
     EXPECT_EQ(Peer(*camera, kPeerLineSource2), 0U);
 }
 
+TEST_F(GigeCameraTest, AnInputIsSeenAsItIsAfterTheStrobe)
+{
+    const auto camera = StartAndOpen("GS3-PGE-23S6M", "modern");
+    ASSERT_NE(camera, nullptr);
+    StrobeControl strobe { 2, true, 0, 0.0F, 0.0F };
+    Check(camera->SetStrobe(strobe));
+    ASSERT_EQ(Peer(*camera, kPeerLineInverter2), 1U);
+    strobe.onOff = false;
+    Check(camera->SetStrobe(strobe));
+    EXPECT_EQ(Peer(*camera, kPeerLineInverter2), 0U);
+    strobe.onOff = true;
+    Check(camera->SetStrobe(strobe));
+    Check(camera->WriteRegister(0x11F8, 0)); // line 2 in
+    EXPECT_EQ(Peer(*camera, kPeerLineInverter2), 0U);
+    Check(camera->WriteGVCPRegister(kPeerLineInverter2, 1)); // as another program may have left it
+    Arm(*camera, 1);
+    EXPECT_EQ(Peer(*camera, kPeerLineInverter2), 0U);
+}
+
 TEST_F(GigeCameraTest, ARawExposureIsConvertedAsItsDescriptionSaysAndSetInItsSteps)
 {
     const auto camera = StartAndOpen("GS3-PGE-23S6M", "raw");
