@@ -1,6 +1,7 @@
 #include "peers/camera_wiring.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 
 namespace vireo::peers {
@@ -12,10 +13,22 @@ constexpr std::int64_t kNever = std::numeric_limits<std::int64_t>::max() / 2;
 
 } // namespace
 
-CameraWiring::CameraWiring(std::vector<SoftCamera*> cameras, Generator generator)
+bool ParseGenerator(const std::string& strText, Generator& generator)
+{
+    char* pEnd = nullptr;
+    const double dHertz = std::strtod(strText.c_str(), &pEnd);
+    if (!(dHertz > 0.0 && dHertz <= 10000.0))
+        return false;
+    generator.period = static_cast<std::int64_t>(1e9 / dHertz);
+    if (*pEnd == '@')
+        generator.delay = std::strtol(pEnd + 1, &pEnd, 10) * 1'000'000;
+    return *pEnd == '\0';
+}
+
+CameraWiring::CameraWiring(const std::vector<WiredCamera*>& cameras, Generator generator)
     : m_generator(generator)
 {
-    for (SoftCamera* pCamera : cameras)
+    for (WiredCamera* pCamera : cameras)
         m_cameras.push_back({ pCamera });
     if (m_generator.period > 0 && !m_generator.delay)
         m_generatorNext = m_generator.period;
@@ -27,7 +40,7 @@ CameraWiring::CameraWiring(std::vector<SoftCamera*> cameras, Generator generator
 void CameraWiring::NoticeStarts(std::int64_t now)
 {
     for (State& state : m_cameras) {
-        const SoftCamera& camera = *state.pCamera;
+        const WiredCamera& camera = *state.pCamera;
         if (state.uiRun != camera.Runs()) {
             state.uiRun = camera.Runs();
             state.uiNext = 0;
@@ -63,7 +76,7 @@ void CameraWiring::Edge(std::int64_t at, bool bRising, std::size_t uiDriver)
 {
     for (std::size_t i = 0; i < m_cameras.size(); i++) {
         State& state = m_cameras[i];
-        const SoftCamera& camera = *state.pCamera;
+        const WiredCamera& camera = *state.pCamera;
         const bool bSeenRising = bRising != camera.LineInverted(kWireLine);
         if (i == uiDriver || !camera.Acquiring() || !camera.TriggerOn() || camera.LineIsOutput(kWireLine)
             || camera.TriggerLine() != static_cast<int>(kWireLine) || camera.TriggerOnRisingEdge() != bSeenRising)
@@ -105,12 +118,12 @@ std::vector<Exposure> CameraWiring::Advance(std::int64_t now)
     while (StepOnce(now)) { }
     std::vector<Exposure> finished;
     for (const Exposure& exposure : m_pending) {
-        const SoftCamera& camera = *m_cameras[exposure.uiCamera].pCamera;
+        const WiredCamera& camera = *m_cameras[exposure.uiCamera].pCamera;
         if (camera.Acquiring() && exposure.start + camera.ExposureNs() <= now)
             finished.push_back(exposure);
     }
     std::erase_if(m_pending, [&](const Exposure& exposure) {
-        const SoftCamera& camera = *m_cameras[exposure.uiCamera].pCamera;
+        const WiredCamera& camera = *m_cameras[exposure.uiCamera].pCamera;
         return !camera.Acquiring() || exposure.start + camera.ExposureNs() <= now;
     });
     return finished;

@@ -1,8 +1,9 @@
 #pragma once
-#include "peers/soft_camera.h"
+#include "peers/wired_camera.h"
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace vireo::peers {
@@ -19,12 +20,15 @@ struct Generator {
     std::optional<std::int64_t> delay; ///< ns from the last camera's start; none: it runs all the time
 };
 
+/// Reads HZ[@DELAY_MS]. False for anything else.
+bool ParseGenerator(const std::string& strText, Generator& generator);
+
 /// The cables between the cameras of one host: line 2 of all of them is one wire. A camera whose line 2
 /// is a strobe drives it; an external generator may drive it as well. Exposures happen at exact instants
 /// whenever the host gets round to computing them.
 class CameraWiring {
 public:
-    CameraWiring(std::vector<SoftCamera*> cameras, Generator generator);
+    CameraWiring(const std::vector<WiredCamera*>& cameras, Generator generator);
 
     /// Everything that is exposed and finished by `now`, in order of time.
     std::vector<Exposure> Advance(std::int64_t now);
@@ -33,7 +37,7 @@ public:
 
 private:
     struct State {
-        SoftCamera* pCamera = nullptr;
+        WiredCamera* pCamera = nullptr;
         std::uint64_t uiRun = 0;
         std::uint64_t uiNext = 0; ///< number of the next exposure
         std::int64_t next = 0; ///< free-running: when it begins

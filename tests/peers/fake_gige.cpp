@@ -78,18 +78,6 @@ bool AddCamera(const std::string& strText, Options& options)
     return true;
 }
 
-bool SetTrigger(const std::string& strText, Generator& generator)
-{
-    char* pEnd = nullptr;
-    const double dHertz = std::strtod(strText.c_str(), &pEnd);
-    if (!(dHertz > 0.0 && dHertz <= 10000.0))
-        return false;
-    generator.period = static_cast<std::int64_t>(1e9 / dHertz);
-    if (*pEnd == '@')
-        generator.delay = std::strtol(pEnd + 1, &pEnd, 10) * 1'000'000;
-    return *pEnd == '\0';
-}
-
 bool ParseOptions(int argc, char** argv, Options& options)
 {
     int iCount = 4;
@@ -114,7 +102,7 @@ bool ParseOptions(int argc, char** argv, Options& options)
         else if (strName == "--fault")
             bGood = ParsePeerFault(strValue, options.faults);
         else if (strName == "--trigger")
-            bGood = SetTrigger(strValue, options.generator);
+            bGood = ParseGenerator(strValue, options.generator);
         else if (strName == "--count")
             bGood = (iCount = std::atoi(strValue.c_str())) >= 1 && iCount <= 64;
         else if (strName == "--model")
@@ -160,10 +148,10 @@ public:
     {
         for (GigeCameraSetup& setup : m_options.cameras)
             m_cameras.push_back(std::make_unique<GigeCamera>(std::move(setup)));
-        std::vector<SoftCamera*> inner;
+        std::vector<WiredCamera*> inner;
         for (const auto& camera : m_cameras)
             inner.push_back(&camera->Camera());
-        m_wiring = std::make_unique<CameraWiring>(std::move(inner), m_options.generator);
+        m_wiring = std::make_unique<CameraWiring>(inner, m_options.generator);
     }
 
     std::string Open()

@@ -1,4 +1,6 @@
 #pragma once
+#include "peers/wired_camera.h"
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -6,7 +8,6 @@
 
 namespace vireo::peers {
 
-constexpr std::int64_t kNsPerSecond = 1'000'000'000;
 constexpr std::size_t kLines = 4;
 
 /// Which names the camera gives to what it can do; makers differ.
@@ -89,7 +90,7 @@ struct SoftCameraSetup {
 
 /// The inside of a software camera, whatever the cable: its feature registers and what follows from
 /// them. Not locked: the owner serialises.
-class SoftCamera {
+class SoftCamera final : public WiredCamera {
 public:
     explicit SoftCamera(const SoftCameraSetup& setup);
 
@@ -105,27 +106,24 @@ public:
     std::uint32_t Height() const { return Word(feature::Height); }
     std::uint32_t FrameBytes() const { return Width() * Height(); }
 
-    bool Acquiring() const { return m_bAcquiring; }
+    bool Acquiring() const override { return m_bAcquiring; }
     /// Ends the acquisition as a lost controller does.
     void StopAcquisition() { m_bAcquiring = false; }
-    /// Grows by one with each start, so that a schedule can tell a new run.
-    std::uint64_t Runs() const { return m_uiRuns; }
-    /// True once after each software trigger.
-    bool TakeSoftwareTrigger();
+    std::uint64_t Runs() const override { return m_uiRuns; }
+    bool TakeSoftwareTrigger() override;
 
-    /// The shortest time between two exposures, ns.
-    std::int64_t MinPeriodNs() const;
-    /// The time between two exposures when it runs free, ns.
-    std::int64_t PeriodNs() const;
-    std::int64_t ExposureNs() const;
-    bool TriggerOn() const { return Word(feature::TriggerMode) != 0; }
-    /// Line of the trigger input; -1 for the software trigger.
-    int TriggerLine() const { return static_cast<int>(Word(feature::TriggerSource)) - static_cast<int>(kTriggerLine0); }
-    bool TriggerOnRisingEdge() const { return Word(feature::TriggerActivation) == 0; }
-    bool LineIsOutput(std::size_t uiLine) const { return Word(Of(feature::LineMode, uiLine)) == 1; }
-    /// The line shows the exposure.
-    bool StrobeOn(std::size_t uiLine) const;
-    bool LineInverted(std::size_t uiLine) const { return Word(Of(feature::LineInverter, uiLine)) != 0; }
+    std::int64_t MinPeriodNs() const override;
+    std::int64_t PeriodNs() const override;
+    std::int64_t ExposureNs() const override;
+    bool TriggerOn() const override { return Word(feature::TriggerMode) != 0; }
+    int TriggerLine() const override
+    {
+        return static_cast<int>(Word(feature::TriggerSource)) - static_cast<int>(kTriggerLine0);
+    }
+    bool TriggerOnRisingEdge() const override { return Word(feature::TriggerActivation) == 0; }
+    bool LineIsOutput(std::size_t uiLine) const override { return Word(Of(feature::LineMode, uiLine)) == 1; }
+    bool StrobeOn(std::size_t uiLine) const override;
+    bool LineInverted(std::size_t uiLine) const override { return Word(Of(feature::LineInverter, uiLine)) != 0; }
     /// What the wires put on the inputs, line 0 in bit 0; shown by LineStatus.
     void SetInputLevels(std::uint32_t uiLevels);
 

@@ -48,6 +48,17 @@ protected:
         m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
         return result;
     }
+    /// The same with other cameras on the USB cables.
+    ToolResult RecordUsb(
+        const std::string& strCables, const std::string& strCameras, const std::vector<std::string>& arguments)
+    {
+        std::vector<std::string> command { "env", "TESSEL_USB_CAMERAS=" + strCables };
+        const std::vector<std::string> rest = Command(strCameras, arguments);
+        command.insert(command.end(), rest.begin(), rest.end());
+        ToolResult result = RunTool(command);
+        m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
+        return result;
+    }
     std::string File(const std::string& strSuffix = "") const { return m_folder / ("take" + strSuffix + "-0000.avi"); }
     const json& Camera(std::size_t uiCamera) const { return m_report.at("cameras").at(uiCamera); }
     static bool Says(const std::string& strText, const std::string& strWord)
@@ -152,6 +163,48 @@ TEST_F(RecordRealCameras, UsbCamerasOfBothKindsAreConfiguredRecordedAndSaved)
         EXPECT_EQ(Camera(0).at("interface"), "USB3");
         ExpectWhole(File(), 200, 200, 5000);
         std::filesystem::remove(File());
+    }
+}
+
+/// Two USB cameras of each kind, and one of each.
+struct UsbPair {
+    const char* pSource;
+    const char* pCables;
+};
+constexpr UsbPair kUsbPairs[] = {
+    { "genicam", "u3v:GS3-U3-23S6M:17000001,u3v:GS3-U3-23S6M:17000002" },
+    { "iidc", "iidc:GS3-U3-23S6C:17000042,iidc:GS3-U3-23S6C:17000043" },
+    { "genicam,iidc", "u3v:GS3-U3-23S6M:17000001,iidc:GS3-U3-23S6C:17000042" },
+};
+
+TEST_F(RecordRealCameras, TwoUsbCamerasShowTheSameMomentInEveryFrame)
+{
+    for (const UsbPair& pair : kUsbPairs) {
+        SCOPED_TRACE(pair.pCables);
+        const ToolResult result = RecordUsb(pair.pCables, pair.pSource, { "--fps", "100", "--seconds", "2" });
+        ASSERT_EQ(result.iExit, 0) << result.strErr;
+        EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
+        EXPECT_EQ(m_report.at("out_of_sync"), 0);
+        ASSERT_EQ(m_report.at("cameras").size(), 2U);
+        ExpectWhole(File("-cam1"), 100, 200, 10000);
+        EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
+        for (const char* pSuffix : { "-cam1", "-cam2" })
+            std::filesystem::remove(File(pSuffix));
+    }
+}
+
+TEST_F(RecordRealCameras, TheExternalTriggerStartsTwoUsbCameras)
+{
+    for (const UsbPair& pair : kUsbPairs) {
+        SCOPED_TRACE(pair.pCables);
+        const ToolResult result = RecordUsb(std::string(pair.pCables) + ",trigger:50@1000", pair.pSource,
+            { "--fps", "100", "--seconds", "1", "--trigger-wait" });
+        ASSERT_EQ(result.iExit, 0) << result.strErr;
+        EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
+        ExpectWhole(File("-cam1"), 100, 100, 20000);
+        EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
+        for (const char* pSuffix : { "-cam1", "-cam2" })
+            std::filesystem::remove(File(pSuffix));
     }
 }
 

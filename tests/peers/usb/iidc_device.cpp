@@ -2,7 +2,6 @@
 #include "peers/usb/usb_device.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstring>
 
 // An IIDC camera on a USB cable: registers by control transfers, one bulk transfer a frame.
@@ -13,6 +12,7 @@ namespace {
 
 constexpr std::uint8_t kStreamIn = 0x81;
 constexpr std::uint8_t kReadRequest = 0xC0;
+constexpr std::uint32_t kStartRegister = 0xF0F00614;
 
 std::uint32_t CycleTime(std::int64_t time)
 {
@@ -23,10 +23,13 @@ std::uint32_t CycleTime(std::int64_t time)
 
 class IidcUsbDevice final : public UsbDevice {
 public:
-    explicit IidcUsbDevice(const UsbCameraSetup& setup)
-        : m_setup(setup)
+    IidcUsbDevice(UsbBus& bus, const UsbCameraSetup& setup)
+        : UsbDevice(bus, setup)
         , m_registers(setup.strModel, setup.uiSerial)
+        , m_uiPlace(bus.Join(m_registers))
     {
+        if (setup.bSending)
+            m_registers.Write(kStartRegister, 0x80000000);
         m_endpoint.bEndpointAddress = kStreamIn;
         m_alternative.bNumEndpoints = 1;
         m_alternative.endpoint = &m_endpoint;
@@ -50,7 +53,8 @@ public:
 
     int Control(std::uint8_t uiType, std::uint32_t uiAddress, std::uint8_t* pData, std::uint16_t uiLength) override
     {
-        std::lock_guard lock(m_mutex);
+        std::lock_guard lock(Bus().Mutex());
+        Bus().Advance(); // what was due before is exposed as the registers stood
         for (std::uint16_t i = 0; i + 4 <= uiLength; i = static_cast<std::uint16_t>(i + 4)) {
             std::uint32_t uiValue = 0;
             if (uiType != kReadRequest)
@@ -61,54 +65,44 @@ public:
                 return LIBUSB_ERROR_PIPE;
             std::memcpy(pData + i, &uiValue, 4);
         }
-        m_changed.notify_all();
+        Bus().Advance();
+        Bus().Wake();
         return uiLength;
     }
 
     int Bulk(std::uint8_t, std::uint8_t* pData, int iLength, std::int64_t deadline, int& iMoved) override
     {
-        std::unique_lock lock(m_mutex);
+        std::unique_lock lock(Bus().Mutex());
         for (;;) {
             if (IsGone())
                 return LIBUSB_ERROR_NO_DEVICE;
-            if (m_uiRun != m_registers.Runs()) {
-                m_uiRun = m_registers.Runs();
-                m_next = UsbNow();
-            }
-            const bool bSends = m_registers.Sending() && !m_registers.TriggerOn();
-            const std::int64_t due = m_next + m_registers.ExposureNs();
-            if (bSends && UsbNow() >= due) {
-                iMoved = SendFrame(pData, iLength);
+            Bus().Advance();
+            if (const auto exposure = Bus().TakeExposure(m_uiPlace)) {
+                if (IsPulledBefore(*exposure))
+                    return LIBUSB_ERROR_NO_DEVICE;
+                iMoved = SendFrame(*exposure, pData, iLength);
                 return iMoved < 0 ? LIBUSB_ERROR_IO : 0;
             }
-            const std::int64_t left = deadline - UsbNow();
-            if (left <= 0)
+            if (UsbNow() >= deadline)
                 return LIBUSB_ERROR_TIMEOUT;
-            const std::int64_t wait = bSends ? std::min(due - UsbNow(), left) : left;
-            m_changed.wait_for(lock, std::chrono::nanoseconds(std::clamp<std::int64_t>(wait, 50'000, 2'000'000)));
+            Bus().Wait(lock, deadline);
         }
     }
 
 protected:
-    void PowerUp() override
-    {
-        std::lock_guard lock(m_mutex);
-        m_registers = IidcRegisters(m_setup.strModel, m_setup.uiSerial);
-        m_uiRun = 0;
-    }
+    void Reset() override { m_registers = IidcRegisters(Setup().strModel, Setup().uiSerial); }
 
 private:
-    int SendFrame(std::uint8_t* pData, int iLength)
+    int SendFrame(const Exposure& exposure, std::uint8_t* pData, int iLength)
     {
         FrameHeader header;
         header.bTime = m_registers.EmbedsTime();
         header.bPins = m_registers.EmbedsPins();
-        header.uiCycleTime = CycleTime(m_next + 17'000'000'000); // its clock began before ours
+        header.uiCycleTime = CycleTime(exposure.start + 17'000'000'000); // its clock began before ours
         header.uiPinState = m_registers.Pins();
         const bool bBayer = m_registers.IsColour() && m_registers.IsRaw();
         const std::uint8_t* pFrame =
-            m_scenery.Paint({ m_registers.Width(), m_registers.Height(), bBayer }, m_next, header);
-        m_next += m_registers.PeriodNs();
+            m_scenery.Paint({ m_registers.Width(), m_registers.Height(), bBayer }, exposure.start, header);
         if (TakeTear())
             return -1;
         const int iFrame = static_cast<int>(m_registers.Width() * m_registers.Height());
@@ -116,13 +110,9 @@ private:
         return iLength; // padded to whole packets
     }
 
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    UsbCameraSetup m_setup;
     IidcRegisters m_registers;
+    std::size_t m_uiPlace;
     Scenery m_scenery;
-    std::uint64_t m_uiRun = 0;
-    std::int64_t m_next = 0;
     libusb_endpoint_descriptor m_endpoint {};
     libusb_interface_descriptor m_alternative {};
     libusb_interface m_interface {};
@@ -131,9 +121,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<UsbDevice> MakeIidcUsbDevice(const UsbCameraSetup& setup)
+std::unique_ptr<UsbDevice> MakeIidcUsbDevice(UsbBus& bus, const UsbCameraSetup& setup)
 {
-    return std::make_unique<IidcUsbDevice>(setup);
+    return std::make_unique<IidcUsbDevice>(bus, setup);
 }
 
 } // namespace vireo::peers

@@ -12,6 +12,7 @@ constexpr std::uint32_t kBus = 0xF0000000, kRom = 0xF0000400, kCommand = 0xF0F00
 constexpr std::uint32_t kPresent = 0x80000000;
 constexpr std::int64_t kRowNs = 5000; ///< read-out time of one row
 constexpr float kMaxRate = 500.0F;
+constexpr std::uint32_t kSoftwareSource = 7;
 
 /// Where a feature's absolute limits and value stand: least, most, value.
 constexpr std::uint32_t kShutterAbsolute = 0x910, kGainAbsolute = 0x920, kRateAbsolute = 0x960;
@@ -127,6 +128,25 @@ std::int64_t IidcRegisters::ExposureNs() const
     return static_cast<std::int64_t>(static_cast<double>(Float(kShutterAbsolute + 8)) * 1e9);
 }
 
+std::int64_t IidcRegisters::MinPeriodNs() const { return Height() * kRowNs; }
+
+int IidcRegisters::TriggerLine() const
+{
+    const std::uint32_t uiSource = Control(0x830) >> 21 & 7U;
+    return uiSource == kSoftwareSource ? -1 : static_cast<int>(uiSource);
+}
+
+bool IidcRegisters::StrobeOn(std::size_t uiLine) const
+{
+    return LineIsOutput(uiLine) && (StrobeControl(uiLine) & 0x02000000U) != 0;
+}
+
+/// A strobe is low while it exposes, unless its polarity says otherwise. An input has nothing of that.
+bool IidcRegisters::LineInverted(std::size_t uiLine) const
+{
+    return StrobeOn(uiLine) && (StrobeControl(uiLine) & 0x01000000U) == 0;
+}
+
 std::int64_t IidcRegisters::PeriodNs() const
 {
     const auto fRate = static_cast<double>(Float(kRateAbsolute + 8));
@@ -188,8 +208,10 @@ bool IidcRegisters::Write(std::uint32_t uiAddress, std::uint32_t uiValue)
         UpdateMode(uiMode);
     } else if (uiAddress >= kCommand && uiAddress < kCommand + kCommandEnd) {
         const std::uint32_t uiOffset = uiAddress - kCommand;
-        if (uiOffset == 0x614 && (uiValue & kPresent) != 0 && !Sending())
+        if (uiOffset == 0x614 && (uiValue & kPresent) != 0 && !Acquiring())
             m_uiRuns++;
+        if (uiOffset == 0x62C && (uiValue & kPresent) != 0)
+            m_bSoftwareTrigger = TriggerOn() && TriggerLine() < 0;
         if (uiOffset == 0x11F4 || uiOffset == 0x1F20 || (uiOffset >= 0x400 && uiOffset < 0x600))
             return true; // read only; the write goes nowhere
         const bool bFeature = uiOffset >= 0x800 && uiOffset < 0x900;

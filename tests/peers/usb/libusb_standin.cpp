@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -9,7 +10,9 @@
 #include <vector>
 
 // Loaded in front of libusb by a test: the cable and what hangs on it are software. TESSEL_USB_CAMERAS
-// says what is plugged in: KIND:MODEL:SERIAL[,...] with KIND = u3v or iidc.
+// says what is plugged in: ITEM[,...] with ITEM = KIND:MODEL:SERIAL[:FAULT]... or trigger:HZ[@DELAY_MS], a generator
+// on everybody's line 2. KIND = u3v or iidc; FAULT = sending, as a killed program leaves a camera, or unplug@N before
+// the N-th frame of a run.
 
 using vireo::peers::UsbDevice;
 
@@ -49,35 +52,72 @@ namespace {
 
 using namespace vireo::peers;
 
-std::unique_ptr<UsbDevice> MakeDevice(const std::string& strItem)
+/// What is plugged in.
+struct Cables {
+    UsbBus bus;
+    std::vector<std::unique_ptr<UsbDevice>> devices;
+};
+
+std::vector<std::string> Split(const std::string& strText, char cAt)
 {
-    const std::size_t uiModel = strItem.find(':');
-    const std::size_t uiSerial = strItem.rfind(':');
-    if (uiModel == std::string::npos || uiSerial == uiModel)
-        return nullptr;
-    const UsbCameraSetup setup { strItem.substr(uiModel + 1, uiSerial - uiModel - 1),
-        static_cast<std::uint32_t>(std::strtoul(strItem.c_str() + uiSerial + 1, nullptr, 10)) };
-    return strItem.starts_with("u3v:") ? MakeUsb3VisionDevice(setup) : MakeIidcUsbDevice(setup);
+    std::vector<std::string> parts(1);
+    for (const char c : strText)
+        if (c == cAt)
+            parts.emplace_back();
+        else
+            parts.back() += c;
+    return parts;
 }
 
-/// What is plugged in; read once.
-std::vector<std::unique_ptr<UsbDevice>>& Plugged()
+bool ReadFault(const std::string& strFault, UsbCameraSetup& setup)
 {
-    static std::vector<std::unique_ptr<UsbDevice>> s_devices = [] {
-        std::vector<std::unique_ptr<UsbDevice>> devices;
-        const char* strList = std::getenv("TESSEL_USB_CAMERAS");
-        std::string strRest = strList != nullptr ? strList : "";
-        while (!strRest.empty()) {
-            const std::size_t uiComma = std::min(strRest.find(','), strRest.size());
-            if (auto device = MakeDevice(strRest.substr(0, uiComma)))
-                devices.push_back(std::move(device));
-            strRest.erase(0, uiComma + 1);
-        }
-        UsbNow();
-        return devices;
-    }();
-    return s_devices;
+    constexpr std::string_view kUnplug = "unplug@";
+    if (strFault.starts_with(kUnplug))
+        setup.unplug = std::strtoull(strFault.c_str() + kUnplug.size(), nullptr, 10);
+    else if (strFault == "sending")
+        setup.bSending = true;
+    else
+        return false;
+    return true;
 }
+
+bool PlugIn(Cables& cables, const std::string& strItem, Generator& generator)
+{
+    const std::vector<std::string> parts = Split(strItem, ':');
+    if (parts.size() == 2 && parts[0] == "trigger")
+        return ParseGenerator(parts[1], generator);
+    if (parts.size() < 3 || (parts[0] != "u3v" && parts[0] != "iidc"))
+        return false;
+    UsbCameraSetup setup { parts[1], static_cast<std::uint32_t>(std::strtoul(parts[2].c_str(), nullptr, 10)), false,
+        {} };
+    for (std::size_t i = 3; i < parts.size(); i++)
+        if (!ReadFault(parts[i], setup))
+            return false;
+    cables.devices.push_back(
+        parts[0] == "u3v" ? MakeUsb3VisionDevice(cables.bus, setup) : MakeIidcUsbDevice(cables.bus, setup));
+    return true;
+}
+
+/// Read once.
+Cables& AllCables()
+{
+    static Cables s_cables;
+    static std::once_flag s_once;
+    std::call_once(s_once, [] {
+        const char* strList = std::getenv("TESSEL_USB_CAMERAS");
+        Generator generator;
+        if (strList != nullptr && *strList != '\0')
+            for (const std::string& strItem : Split(strList, ','))
+                if (!PlugIn(s_cables, strItem, generator)) {
+                    std::fprintf(stderr, "TESSEL_USB_CAMERAS: cannot read %s\n", strItem.c_str());
+                    std::abort(); // a test would look at something else than it means
+                }
+        UsbNow();
+        s_cables.bus.Connect(generator);
+    });
+    return s_cables;
+}
+std::vector<std::unique_ptr<UsbDevice>>& Plugged() { return AllCables().devices; }
 
 libusb_context& DefaultContext()
 {

@@ -4,7 +4,6 @@
 #include "peers/usb/usb_device.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <cstring>
 #include <vector>
 
@@ -76,12 +75,17 @@ struct Interfaces {
 
 class Usb3VisionDevice final : public UsbDevice {
 public:
-    explicit Usb3VisionDevice(const UsbCameraSetup& setup)
-        : m_setup(setup)
+    Usb3VisionDevice(UsbBus& bus, const UsbCameraSetup& setup)
+        : UsbDevice(bus, setup)
         , m_camera({ setup.strModel, setup.uiSerial, Dialect::Modern })
+        , m_uiPlace(bus.Join(m_camera))
         , m_strXml(MakeGenicamXml(m_camera.Setup(), static_cast<std::uint32_t>(kFeatures)))
     {
         InitTables();
+        if (setup.bSending) {
+            m_camera.Write(feature::AcquisitionStart, 1);
+            Put<std::uint32_t>(m_streamTable, kStreamControl, 1);
+        }
     }
 
     libusb_device_descriptor Descriptor() const override
@@ -103,9 +107,9 @@ public:
     {
         switch (uiIndex) {
         case 1: return "Software";
-        case 2: return m_setup.strModel;
-        case 3: return std::to_string(m_setup.uiSerial);
-        case 4: return "12090000" + std::to_string(m_setup.uiSerial % 10000);
+        case 2: return Setup().strModel;
+        case 3: return std::to_string(Setup().uiSerial);
+        case 4: return "12090000" + std::to_string(Setup().uiSerial % 10000);
         default: return {};
         }
     }
@@ -113,13 +117,11 @@ public:
     int Bulk(std::uint8_t uiEndpoint, std::uint8_t* pData, int iLength, std::int64_t deadline, int& iMoved) override;
 
 protected:
-    void PowerUp() override
+    void Reset() override
     {
-        std::lock_guard lock(m_mutex);
-        m_camera = SoftCamera({ m_setup.strModel, m_setup.uiSerial, Dialect::Modern });
+        m_camera = SoftCamera({ Setup().strModel, Setup().uiSerial, Dialect::Modern });
         Put<std::uint32_t>(m_streamTable, kStreamControl, 0);
         m_answer.clear();
-        m_uiRun = 0;
         m_ePart = Part::Wait;
     }
 
@@ -132,14 +134,12 @@ private:
     std::uint8_t* Table(std::uint64_t uiAddress, std::size_t uiCount);
     bool StreamOn() const { return m_camera.Acquiring() && (m_streamTable[kStreamControl] & 1U) != 0; }
     int NextPart(std::uint8_t* pData, int iLength);
-    int Leader(std::uint8_t* pData);
+    int Leader(const Exposure& exposure, std::uint8_t* pData);
     int Pixels(std::uint8_t* pData, int iLength);
     int Trailer(std::uint8_t* pData);
 
-    UsbCameraSetup m_setup;
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
     SoftCamera m_camera;
+    std::size_t m_uiPlace;
     Scenery m_scenery;
     Interfaces m_interfaces;
     std::string m_strXml;
@@ -150,8 +150,7 @@ private:
     std::vector<std::uint8_t> m_answer;
     Part m_ePart = Part::Wait;
     std::uint64_t m_uiRun = 0;
-    std::uint64_t m_uiBlock = 0;
-    std::int64_t m_next = 0; ///< when the next exposure begins
+    Exposure m_exposure; ///< that is being sent
     const std::uint8_t* m_pPixels = nullptr;
     std::size_t m_uiLeft = 0;
 };
@@ -163,10 +162,10 @@ void Usb3VisionDevice::InitTables()
     };
     Put<std::uint32_t>(m_bootstrap, 0x000, 0x00010000);
     text(0x004, "Software");
-    text(0x044, m_setup.strModel);
+    text(0x044, Setup().strModel);
     text(0x0C4, "1.0");
     text(0x104, "none");
-    text(0x144, std::to_string(m_setup.uiSerial));
+    text(0x144, std::to_string(Setup().uiSerial));
     Put<std::uint32_t>(m_bootstrap, 0x1CC, 100); // longest answer, ms
     Put<std::uint64_t>(m_bootstrap, 0x1D0, kManifest);
     Put<std::uint64_t>(m_bootstrap, 0x1D8, kProtocol);
@@ -261,24 +260,26 @@ void Usb3VisionDevice::Command(const std::uint8_t* pData, std::size_t uiSize)
     Put(m_answer, 6, static_cast<std::uint16_t>(uiCommand + 1));
     Put(m_answer, 8, static_cast<std::uint16_t>(m_answer.size() - kCommandHeader));
     Put(m_answer, 10, Get<std::uint16_t>(pData + 10));
-    m_changed.notify_all();
+    Bus().Advance();
+    Bus().Wake();
 }
 
-int Usb3VisionDevice::Leader(std::uint8_t* pData)
+int Usb3VisionDevice::Leader(const Exposure& exposure, std::uint8_t* pData)
 {
+    m_exposure = exposure;
     std::vector<std::uint8_t> leader(kLeaderBytes);
     Put<std::uint32_t>(leader, 0, kLeaderMagic);
     Put<std::uint16_t>(leader, 6, kLeaderBytes);
-    Put<std::uint64_t>(leader, 8, m_uiBlock);
+    Put<std::uint64_t>(leader, 8, exposure.uiNumber);
     Put<std::uint16_t>(leader, 18, 1); // an image
-    Put<std::uint64_t>(leader, 20, static_cast<std::uint64_t>(m_next));
+    Put<std::uint64_t>(leader, 20, static_cast<std::uint64_t>(exposure.start));
     Put<std::uint32_t>(leader, 28, m_camera.Word(feature::PixelFormat));
     Put<std::uint32_t>(leader, 32, m_camera.Width());
     Put<std::uint32_t>(leader, 36, m_camera.Height());
     Put<std::uint32_t>(leader, 40, m_camera.Word(feature::OffsetX));
     Put<std::uint32_t>(leader, 44, m_camera.Word(feature::OffsetY));
     std::memcpy(pData, leader.data(), leader.size());
-    m_pPixels = m_scenery.Paint({ m_camera.Width(), m_camera.Height(), m_camera.IsColour() }, m_next);
+    m_pPixels = m_scenery.Paint({ m_camera.Width(), m_camera.Height(), m_camera.IsColour() }, exposure.start);
     m_uiLeft = m_camera.FrameBytes();
     m_ePart = TakeTear() ? Part::Trailer : Part::Pixels; // a torn frame loses its pixels
     return kLeaderBytes;
@@ -300,12 +301,10 @@ int Usb3VisionDevice::Trailer(std::uint8_t* pData)
     std::vector<std::uint8_t> trailer(kTrailerBytes);
     Put<std::uint32_t>(trailer, 0, kTrailerMagic);
     Put<std::uint16_t>(trailer, 6, kTrailerBytes);
-    Put<std::uint64_t>(trailer, 8, m_uiBlock);
+    Put<std::uint64_t>(trailer, 8, m_exposure.uiNumber);
     Put<std::uint64_t>(trailer, 20, m_camera.FrameBytes() - m_uiLeft);
     Put<std::uint32_t>(trailer, 28, m_camera.Height());
     std::memcpy(pData, trailer.data(), trailer.size());
-    m_uiBlock++;
-    m_next += m_camera.PeriodNs();
     m_ePart = Part::Wait;
     return kTrailerBytes;
 }
@@ -316,25 +315,26 @@ int Usb3VisionDevice::NextPart(std::uint8_t* pData, int iLength)
     if (m_uiRun != m_camera.Runs()) { // a new start begins a new stream
         m_uiRun = m_camera.Runs();
         m_ePart = Part::Wait;
-        m_uiBlock = 0;
-        m_next = UsbNow();
     }
     switch (m_ePart) {
     case Part::Pixels: return Pixels(pData, iLength);
     case Part::Trailer: return Trailer(pData);
     case Part::Wait: break;
     }
-    const bool bDue = StreamOn() && !m_camera.TriggerOn() && UsbNow() >= m_next + m_camera.ExposureNs();
-    return bDue && iLength >= kLeaderBytes ? Leader(pData) : 0;
+    if (!StreamOn())
+        Bus().DropExposures(m_uiPlace);
+    const auto exposure = iLength >= kLeaderBytes ? Bus().TakeExposure(m_uiPlace) : std::nullopt;
+    return exposure && !IsPulledBefore(*exposure) ? Leader(*exposure, pData) : 0;
 }
 
 int Usb3VisionDevice::Bulk(
     std::uint8_t uiEndpoint, std::uint8_t* pData, int iLength, std::int64_t deadline, int& iMoved)
 {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock lock(Bus().Mutex());
     for (;;) {
         if (IsGone())
             return LIBUSB_ERROR_NO_DEVICE;
+        Bus().Advance();
         if (uiEndpoint == kCommandOut) {
             Command(pData, static_cast<std::size_t>(iLength));
             iMoved = iLength;
@@ -349,20 +349,19 @@ int Usb3VisionDevice::Bulk(
         iMoved = uiEndpoint == kStreamIn ? NextPart(pData, iLength) : 0;
         if (iMoved > 0)
             return 0;
-        const std::int64_t left = deadline - UsbNow();
-        if (left <= 0)
+        if (IsGone())
+            continue; // just now
+        if (UsbNow() >= deadline)
             return LIBUSB_ERROR_TIMEOUT;
-        const std::int64_t due = StreamOn() ? m_next + m_camera.ExposureNs() - UsbNow() : left;
-        m_changed.wait_for(
-            lock, std::chrono::nanoseconds(std::clamp<std::int64_t>(std::min(due, left), 50'000, 2'000'000)));
+        Bus().Wait(lock, deadline);
     }
 }
 
 } // namespace
 
-std::unique_ptr<UsbDevice> MakeUsb3VisionDevice(const UsbCameraSetup& setup)
+std::unique_ptr<UsbDevice> MakeUsb3VisionDevice(UsbBus& bus, const UsbCameraSetup& setup)
 {
-    return std::make_unique<Usb3VisionDevice>(setup);
+    return std::make_unique<Usb3VisionDevice>(bus, setup);
 }
 
 } // namespace vireo::peers

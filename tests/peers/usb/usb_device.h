@@ -1,12 +1,15 @@
 #pragma once
 #include "peers/scenery.h"
+#include "peers/usb/usb_bus.h"
 
 #include <atomic>
 #include <cstdint>
 #include <libusb-1.0/libusb.h>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace vireo::peers {
 
@@ -14,14 +17,18 @@ namespace vireo::peers {
 struct UsbCameraSetup {
     std::string strModel;
     std::uint32_t uiSerial = 0;
+    bool bSending = false; ///< a program that was killed has left it so
+    std::optional<std::uint64_t> unplug; ///< the plug is pulled before this frame of a run
 };
-
-/// Nanoseconds since this process began; the zero of the bar codes.
-std::int64_t UsbNow();
 
 /// One software camera on a USB cable. Any thread.
 class UsbDevice {
 public:
+    UsbDevice(UsbBus& bus, UsbCameraSetup setup)
+        : m_setup(std::move(setup))
+        , m_bus(bus)
+    {
+    }
     virtual ~UsbDevice() = default;
     virtual libusb_device_descriptor Descriptor() const = 0;
     virtual const libusb_config_descriptor& Configuration() const = 0;
@@ -34,11 +41,11 @@ public:
     // What a test does to the cable.
     void SetPlugged(bool bPlugged)
     {
-        if (bPlugged && m_bGone) {
+        std::lock_guard lock(m_bus.Mutex());
+        if (bPlugged && m_bGone)
             m_uiPlugs++;
-            PowerUp();
-        }
-        m_bGone = !bPlugged;
+        if (bPlugged == m_bGone)
+            ChangePlug(bPlugged);
     }
     /// Grows with each plugging: what was opened before is of no use any more.
     unsigned int Plugs() const { return m_uiPlugs; }
@@ -56,8 +63,18 @@ public:
     bool IsGone() const { return m_bGone; }
 
 protected:
-    /// The cable is its power: it knows nothing of before.
-    virtual void PowerUp() = 0;
+    /// Its registers as after power-up.
+    virtual void Reset() = 0;
+    /// A rule of the setup pulls the plug now. Under the bus's lock, as all that streams.
+    bool IsPulledBefore(const Exposure& exposure)
+    {
+        const bool bNow = m_setup.unplug && exposure.uiNumber >= *m_setup.unplug;
+        if (bNow)
+            ChangePlug(false);
+        return bNow;
+    }
+    UsbBus& Bus() { return m_bus; }
+    const UsbCameraSetup& Setup() const { return m_setup; }
     bool TakeTear()
     {
         int iLeft = m_iTear;
@@ -66,6 +83,17 @@ protected:
     }
 
 private:
+    /// The cable is its power: it knows nothing of before.
+    void ChangePlug(bool bPlugged)
+    {
+        Reset();
+        m_bus.Advance(); // the wires learn of the reset before its next start
+        m_bGone = !bPlugged;
+        m_bus.Wake();
+    }
+
+    const UsbCameraSetup m_setup;
+    UsbBus& m_bus;
     std::atomic<bool> m_bGone = false;
     std::atomic<unsigned int> m_uiPlugs = 0;
     std::atomic<bool> m_bHung = false;
@@ -73,7 +101,7 @@ private:
     std::atomic<int> m_iTear = 0; ///< frames that are to come in pieces
 };
 
-std::unique_ptr<UsbDevice> MakeUsb3VisionDevice(const UsbCameraSetup& setup);
-std::unique_ptr<UsbDevice> MakeIidcUsbDevice(const UsbCameraSetup& setup);
+std::unique_ptr<UsbDevice> MakeUsb3VisionDevice(UsbBus& bus, const UsbCameraSetup& setup);
+std::unique_ptr<UsbDevice> MakeIidcUsbDevice(UsbBus& bus, const UsbCameraSetup& setup);
 
 } // namespace vireo::peers
