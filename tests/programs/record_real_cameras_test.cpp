@@ -208,6 +208,21 @@ TEST_F(RecordRealCameras, TheExternalTriggerStartsTwoUsbCameras)
     }
 }
 
+TEST_F(RecordRealCameras, UsbCamerasThatAKilledProgramLeftSendingAreConfiguredAndRecorded)
+{
+    const UsbPair kRows[] = {
+        { "iidc", "iidc:GS3-U3-23S6C:17000042:sending,iidc:GS3-U3-23S6C:17000043:sending" },
+    };
+    for (const UsbPair& pair : kRows) {
+        SCOPED_TRACE(pair.pCables);
+        const ToolResult result = RecordUsb(pair.pCables, pair.pSource, { "--fps", "200", "--seconds", "1" });
+        ASSERT_EQ(result.iExit, 0) << result.strErr;
+        EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
+        ExpectWhole(File("-cam1"), 200, 200, 5000);
+        EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
+    }
+}
+
 TEST_F(RecordRealCameras, ARealAndASimulatedCameraRecordSideBySide)
 {
     StartPeer({ "--count", "1" });

@@ -41,9 +41,13 @@ Error OpenInside(IidcSession::Inside& inside, const IidcRecord& record, const st
         return { ErrorType::NotFound, strName + ": cannot be opened" };
     if (IsTaken(camera.get()))
         return { ErrorType::AccessDenied, strName + ": another program controls it" };
-    SetSpeed(camera.get());
     inside.device = std::make_unique<IidcDevice>(std::move(camera), strName);
-    return {};
+    dc1394camera_t* pCamera = inside.device->Get();
+    // A program that was killed leaves its camera sending: what it exposed for that one is nobody's frame here, and
+    // the image cannot change meanwhile.
+    const dc1394error_t eCode = dc1394_video_set_transmission(pCamera, DC1394_OFF);
+    SetSpeed(pCamera);
+    return inside.device->Translate(eCode, "stop", ErrorType::TransportFailed);
 }
 
 } // namespace

@@ -10,6 +10,7 @@ namespace {
 constexpr std::uint32_t kBus = 0xF0000000, kRom = 0xF0000400, kCommand = 0xF0F00000, kModeBase = 0xF0F10000,
                         kModePitch = 0x100, kCommandEnd = 0x10000;
 constexpr std::uint32_t kPresent = 0x80000000;
+constexpr std::uint32_t kRefused = 0x00800000; ///< of an image mode's setting register
 constexpr std::int64_t kRowNs = 5000; ///< read-out time of one row
 constexpr float kMaxRate = 500.0F;
 constexpr std::uint32_t kSoftwareSource = 7;
@@ -204,6 +205,10 @@ bool IidcRegisters::Write(std::uint32_t uiAddress, std::uint32_t uiValue)
         return false;
     if (uiAddress >= kModeBase && uiAddress < kModeBase + 2 * kModePitch) {
         const std::uint32_t uiMode = (uiAddress - kModeBase) / kModePitch;
+        if (Acquiring()) { // the image cannot change under the stream; the write goes nowhere
+            m_modes[uiMode][0x7C] = kPresent | kRefused;
+            return true;
+        }
         m_modes[uiMode][(uiAddress - kModeBase) % kModePitch] = uiValue;
         UpdateMode(uiMode);
     } else if (uiAddress >= kCommand && uiAddress < kCommand + kCommandEnd) {

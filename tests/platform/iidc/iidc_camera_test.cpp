@@ -129,6 +129,19 @@ TEST_F(IidcCameraTest, TriggerAndStrobeAreTheStandardsRegisters)
     Check(camera->SetTriggerMode({ false, 0, 4, 0, 0 }));
 }
 
+TEST_F(IidcCameraTest, ACameraThatWasLeftSendingIsStoppedWhenItIsOpened)
+{
+    constexpr std::uint32_t kSending = 0x0614;
+    const auto camera = Open();
+    Configure(*camera, 100.0F);
+    Check(camera->WriteRegister(kSending, 0x80000000)); // closed as a killed program leaves it
+    Check(camera->Disconnect());
+    Check(camera->Connect(Find()));
+    std::uint32_t uiValue = 0x80000000;
+    Check(camera->ReadRegister(kSending, uiValue));
+    EXPECT_EQ(uiValue & 0x80000000U, 0U);
+}
+
 TEST_F(IidcCameraTest, AStandardModeNeedsNoSettings)
 {
     const auto camera = Open();
