@@ -130,7 +130,10 @@ Access SoftCamera::Check(std::uint32_t uiOffset, std::uint32_t uiValue) const
     case feature::BinningHorizontal:
     case feature::BinningVertical: return check(uiValue == 1 || uiValue == 2);
     case feature::VideoMode: return check(uiValue <= 1);
-    case feature::FrameRate: return check(InRange(uiValue, kMinFps, Float(feature::FrameRateMax)));
+    case feature::FrameRate:
+        if (TriggerOn())
+            return Access::WriteProtected; // the edges say when
+        return check(InRange(uiValue, kMinFps, Float(feature::FrameRateMax)));
     case feature::ExposureTime: return check(InRange(uiValue, kMinExposureUs, kMaxExposureUs));
     case feature::ExposureRaw: return check(uiValue >= 5 && uiValue <= 50000 && uiValue % 5 == 0);
     case feature::Gain: return check(InRange(uiValue, 0, kMaxGainDb));

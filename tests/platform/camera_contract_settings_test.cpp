@@ -95,6 +95,30 @@ TEST_P(CameraContract, ARateThatTheShutterForbidsComesWithTheShutterThatAllowsIt
     EXPECT_NEAR(property.absValue, 220.0F, 0.5F);
 }
 
+TEST_P(CameraContract, AShutterLongerThanThePeriodIsShortenedAndTheRateHolds)
+{
+    if (std::string(GetParam().strName) == "Iidc")
+        GTEST_SKIP() << "its camera slows down";
+    Open();
+    SetAbsolute(PropertyType::Shutter, 25.0F);
+    Property property;
+    property.type = PropertyType::FrameRate;
+    Check(Cam().GetProperty(property));
+    EXPECT_NEAR(property.absValue, 100.0F, 0.1F);
+    property.type = PropertyType::Shutter;
+    Check(Cam().GetProperty(property));
+    EXPECT_LE(property.absValue, 10.01F);
+    EXPECT_GE(property.absValue, 9.0F);
+    Check(Cam().StartCapture());
+    Image image;
+    Check(Cam().RetrieveBuffer(image));
+    const auto first = ReadBarCode(image);
+    Check(Cam().RetrieveBuffer(image));
+    const auto second = ReadBarCode(image);
+    ASSERT_TRUE(first && second);
+    EXPECT_EQ(*second - *first, 10000U);
+}
+
 TEST_P(CameraContract, AStandardModeHoldsACameraToItsRateThatRanOnItsOwn)
 {
     Open();

@@ -125,6 +125,18 @@ TEST_F(RecordRealCameras, AtFourHundredFramesASecondTheReportTellsEveryFrameThat
     EXPECT_EQ(Camera(0).at("gaps"), Gaps(File(), 800, 2500)); // none, unless something else holds the machine up
 }
 
+TEST_F(RecordRealCameras, AShutterLongerThanThePeriodSlowsNoCameraDown)
+{
+    StartPeer({ "--count", "2", "--model", "FL3-U3-13Y3M" });
+    const ToolResult result = Record("genicam:lo", { "--fps", "400", "--shutter", "250", "--seconds", "2" });
+    ASSERT_EQ(result.iExit, 0) << result.strErr;
+    EXPECT_GE(m_report.at("fps_measured").get<double>(), 390.0);
+    for (std::size_t i = 0; i < 2; i++) {
+        SCOPED_TRACE(i);
+        EXPECT_EQ(Camera(i).at("gaps"), Gaps(File("-cam" + std::to_string(i + 1)), 800, 2500));
+    }
+}
+
 TEST_F(RecordRealCameras, FourGigECamerasAtFourHundredFramesASecondLoseNothingUnseen)
 {
     StartPeer({ "--count", "4", "--model", "FL3-U3-13Y3M" });

@@ -25,13 +25,15 @@ public:
         return m_lines;
     }
     /// A line that contains `strText` was logged.
-    bool Contains(std::string_view strText) const
+    bool Contains(std::string_view strText) const { return Count(strText) != 0; }
+    /// How many lines contain `strText`.
+    std::size_t Count(std::string_view strText) const
     {
         std::lock_guard lock(m_mutex);
+        std::size_t uiCount = 0;
         for (const std::string& strLine : m_lines)
-            if (strLine.find(strText) != std::string::npos)
-                return true;
-        return false;
+            uiCount += strLine.find(strText) != std::string::npos ? 1 : 0;
+        return uiCount;
     }
     void Clear()
     {

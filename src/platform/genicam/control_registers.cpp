@@ -1,5 +1,6 @@
 #include "platform/genicam/control_registers.h"
 
+#include "platform/genicam/frame_rate.h"
 #include "platform/genicam/properties.h"
 #include "platform/genicam/trigger_lines.h"
 

@@ -248,6 +248,14 @@ Error Features::SetFloat(Feature eFeature, double dValue)
     return Translate(error.Get(), Name(eFeature), ErrorType::PropertyFailed);
 }
 
+Error Features::SetNearest(Feature eFeature, double dValue)
+{
+    FeatureRange range;
+    if (Error error = GetRange(eFeature, range); !error.IsOk())
+        return error;
+    return SetFloat(eFeature, std::clamp(dValue, range.dMin, std::max(range.dMin, range.dMax)));
+}
+
 Error Features::GetRange(Feature eFeature, FeatureRange& range)
 {
     if (Error error = Need(eFeature); !error.IsOk())

@@ -78,6 +78,8 @@ public:
     Error GetFloat(Feature eFeature, double& dValue);
     Error SetFloat(Feature eFeature, double dValue);
     Error GetRange(Feature eFeature, FeatureRange& range);
+    /// As near to `dValue` as the camera allows now.
+    Error SetNearest(Feature eFeature, double dValue);
 
     Error GetInteger(Feature eFeature, std::int64_t& iValue);
     Error SetInteger(Feature eFeature, std::int64_t iValue);

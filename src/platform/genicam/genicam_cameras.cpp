@@ -1,6 +1,7 @@
 #include "platform/genicam/genicam_cameras.h"
 
 #include "platform/genicam/control_registers.h"
+#include "platform/genicam/frame_rate.h"
 #include "platform/genicam/image_settings.h"
 #include "platform/genicam/properties.h"
 #include "platform/genicam/stream_channels.h"

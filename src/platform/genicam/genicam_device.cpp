@@ -2,7 +2,7 @@
 
 #include "platform/genicam/control_registers.h"
 #include "platform/genicam/cycle_time.h"
-#include "platform/genicam/properties.h"
+#include "platform/genicam/frame_rate.h"
 
 #include <algorithm>
 
@@ -220,10 +220,12 @@ Error GenicamDevice::PrepareCapture()
         return ErrorType::AlreadyStarted;
     auto run = std::make_shared<StreamRun>(session->Link());
     auto memory = std::make_shared<std::shared_ptr<BufferMemory>>(session->m_memory);
-    const Error error = session->Do([run, memory, uiBuffers = m_uiNumBuffers.load()](OpenDevice& device) {
-        if (Error applied = device.features->Has(Feature::FrameRate) ? ApplyFrameRate(device) : Error();
-            !applied.IsOk())
+    auto note = std::make_shared<std::string>();
+    const Error error = session->Do([run, memory, note, uiBuffers = m_uiNumBuffers.load()](OpenDevice& device) {
+        if (Error applied = ApplyFrameRate(device); !applied.IsOk())
             return applied;
+        if (Error read = ReadRateNote(device, *note); !read.IsOk())
+            return read;
         // Data behind the pixels would change what a frame looks like on its way.
         if (device.features->Has(Feature::ChunkModeActive))
             if (Error plain = device.features->SetSwitch(Feature::ChunkModeActive, false); !plain.IsOk())
@@ -240,6 +242,8 @@ Error GenicamDevice::PrepareCapture()
         session->Link()->EndRun();
         return m_notes.Note(error);
     }
+    if (*note != std::exchange(m_strRateNote, *note) && !note->empty())
+        m_log.Write(*note);
     session->m_memory = *memory;
     session->Heard(m_clock.Now());
     session->SetRun(std::move(run));

@@ -141,6 +141,7 @@ private:
     std::atomic<std::uint32_t> m_uiNumBuffers;
     std::atomic<int> m_iGrabMode;
     std::atomic<int> m_iGrabTimeoutMs;
+    std::string m_strRateNote; ///< what the log was told last of the rate
     std::atomic<ClockTime> m_pinsAt = 0; ///< when the levels of the lines were last asked for
 };
 

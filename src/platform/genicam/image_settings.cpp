@@ -1,6 +1,6 @@
 #include "platform/genicam/image_settings.h"
 
-#include "platform/genicam/properties.h"
+#include "platform/genicam/frame_rate.h"
 
 #include <algorithm>
 
@@ -208,7 +208,7 @@ Error SetImage(OpenDevice& device, const GigEImageSettings& settings)
         !error.IsOk())
         return error;
     device.remembered.ePixelFormat = settings.pixelFormat;
-    return features.Has(Feature::FrameRate) ? ApplyFrameRate(device) : Error();
+    return ApplyFrameRate(device);
 }
 
 Error ReadFrameShape(OpenDevice& device, FrameShape& shape)

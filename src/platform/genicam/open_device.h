@@ -26,6 +26,7 @@ struct Embedding {
 struct Remembered {
     std::map<std::uint32_t, std::uint32_t> registers; ///< control registers without a feature
     double dFrameRate = 0.0; ///< fps that was asked for; 0 = nothing yet
+    double dExposure = 0.0; ///< us that were asked for; 0 = nothing yet
     TriggerMode trigger;
     StrobeControl strobe[kLines];
     ImagingMode mode = 0;

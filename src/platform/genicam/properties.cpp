@@ -1,5 +1,6 @@
 #include "platform/genicam/properties.h"
 
+#include "platform/genicam/frame_rate.h"
 #include "platform/range_message.h"
 
 #include <algorithm>
@@ -61,15 +62,6 @@ Error CheckRange(OpenDevice& device, const PropertyFeatures& row, double dValue)
         return {};
     return device.features->Fail(
         ErrorType::InvalidParameter, RangeMessage(row.pName, row.pUnit, dValue, range.dMin, range.dMax));
-}
-
-/// Writes a feature as near to `dValue` as the camera allows now.
-Error SetNearest(Features& features, Feature eFeature, double dValue)
-{
-    FeatureRange range;
-    if (Error error = features.GetRange(eFeature, range); !error.IsOk())
-        return error;
-    return features.SetFloat(eFeature, std::clamp(dValue, range.dMin, std::max(range.dMin, range.dMax)));
 }
 
 Error GetBalance(Features& features, const char* strColour, unsigned int& uiValue)
@@ -134,50 +126,17 @@ Error WriteValue(OpenDevice& device, const PropertyFeatures& row, double dValue)
         if (features.HasChoice(Feature::ExposureMode, "Timed"))
             if (Error error = features.SetChoice(Feature::ExposureMode, "Timed"); !error.IsOk())
                 return error;
-        if (Error error = SetNearest(features, Feature::Exposure, dValue * row.dUnits); !error.IsOk())
-            return error;
-        return features.Has(Feature::FrameRate) ? ApplyFrameRate(device) : Error();
+        return AskExposure(device, dValue * row.dUnits);
     case PropertyType::Gain:
         if (features.HasChoice(Feature::GainSelector, "All")) // and not the one of a tap or a colour
             if (Error error = features.SetChoice(Feature::GainSelector, "All"); !error.IsOk())
                 return error;
-        return SetNearest(features, row.eValue, dValue * row.dUnits);
-    default: return SetNearest(features, row.eValue, dValue * row.dUnits);
+        return features.SetNearest(row.eValue, dValue * row.dUnits);
+    default: return features.SetNearest(row.eValue, dValue * row.dUnits);
     }
 }
 
 } // namespace
-
-Error SwitchFrameRate(OpenDevice& device, bool bOn)
-{
-    return device.features->Has(Feature::FrameRateEnable) ? device.features->SetSwitch(Feature::FrameRateEnable, bOn)
-                                                          : Error();
-}
-
-Error FrameRateIsOn(OpenDevice& device, bool& bOn)
-{
-    bOn = true;
-    return device.features->Has(Feature::FrameRateEnable) ? device.features->GetSwitch(Feature::FrameRateEnable, bOn)
-                                                          : Error();
-}
-
-Error AskFrameRate(OpenDevice& device, double dFps)
-{
-    if (!device.features->Has(Feature::FrameRate))
-        return device.features->Missing(Feature::FrameRate);
-    device.remembered.dFrameRate = dFps;
-    return ApplyFrameRate(device);
-}
-
-Error ApplyFrameRate(OpenDevice& device)
-{
-    if (device.remembered.dFrameRate <= 0.0)
-        return {};
-    bool bOn = true;
-    if (Error error = FrameRateIsOn(device, bOn); !error.IsOk() || !bOn)
-        return error;
-    return SetNearest(*device.features, Feature::FrameRate, device.remembered.dFrameRate);
-}
 
 Error ReadPropertyInfo(OpenDevice& device, PropertyInfo& info)
 {

@@ -1,5 +1,7 @@
 #include "platform/genicam/trigger_lines.h"
 
+#include "platform/genicam/frame_rate.h"
+
 namespace vireo {
 
 namespace {
@@ -113,17 +115,21 @@ Error ShowUserOutput(OpenDevice& device, unsigned int uiLine)
 
 } // namespace
 
+Error IsArmed(OpenDevice& device, bool& bArmed)
+{
+    bArmed = false;
+    if (!device.features->Has(Feature::TriggerMode))
+        return {};
+    if (Error error = SelectTrigger(device); !error.IsOk())
+        return error;
+    return device.features->GetSwitch(Feature::TriggerMode, bArmed);
+}
+
 Error ReadTrigger(OpenDevice& device, TriggerMode& mode)
 {
     TriggerMode read = device.remembered.trigger;
-    read.onOff = false;
-    Features& features = *device.features;
-    if (features.Has(Feature::TriggerMode)) {
-        if (Error error = SelectTrigger(device); !error.IsOk())
-            return error;
-        if (Error error = features.GetSwitch(Feature::TriggerMode, read.onOff); !error.IsOk())
-            return error;
-    }
+    if (Error error = IsArmed(device, read.onOff); !error.IsOk())
+        return error;
     mode = read;
     return {};
 }
@@ -148,7 +154,7 @@ Error WriteTrigger(OpenDevice& device, const TriggerMode& mode)
     if (Error error = features.SetSwitch(Feature::TriggerMode, mode.onOff); !error.IsOk())
         return error;
     device.remembered.trigger = mode;
-    return {};
+    return mode.onOff ? Error() : ApplyFrameRate(device); // it may have been asked for meanwhile
 }
 
 Error ReadStrobeInfo(OpenDevice& device, StrobeInfo& info)

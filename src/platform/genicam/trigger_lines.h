@@ -9,6 +9,8 @@ namespace vireo {
 Error ReadTrigger(OpenDevice& device, TriggerMode& mode);
 /// @return NotSupported for an unknown mode or source of a trigger that is to be on.
 Error WriteTrigger(OpenDevice& device, const TriggerMode& mode);
+/// The camera waits for a trigger before each frame.
+Error IsArmed(OpenDevice& device, bool& bArmed);
 
 Error ReadStrobeInfo(OpenDevice& device, StrobeInfo& info);
 Error ReadStrobe(OpenDevice& device, StrobeControl& control);

@@ -17,9 +17,9 @@ constexpr std::uint32_t kPeerLineMode2 = 0xA218, kPeerLineInverter2 = 0xA228, kP
                         kPeerUserOutput0 = 0xA250, kPeerUserOutput3 = 0xA25C, kPeerTriggerSource = 0xA144,
                         kPeerTriggerActivation = 0xA148, kPeerTriggerOverlap = 0xA14C, kPeerExposure = 0xA11C,
                         kPeerGain = 0xA180, kPeerGainRaw = 0xA188, kPeerGainSelector = 0xA19C, kPeerChunks = 0xA304,
-                        kPeerGainAvailable = 0xA1A0, kPeerFrameRateEnable = 0xA10C, kPeerBinning = 0xA014,
-                        kPeerExposureRaw = 0xA120, kPeerBalanceRed = 0xA190, kPeerDestination = 0x0D18,
-                        kPeerPacket = 0x0D04;
+                        kPeerGainAvailable = 0xA1A0, kPeerFrameRateEnable = 0xA10C, kPeerFrameRate = 0xA110,
+                        kPeerBinning = 0xA014, kPeerExposureRaw = 0xA120, kPeerBalanceRed = 0xA190,
+                        kPeerDestination = 0x0D18, kPeerPacket = 0x0D04;
 
 class GigeCameraTest : public GigeTest {
 protected:
@@ -209,7 +209,7 @@ TEST_F(GigeCameraTest, ControlRegistersMoveTheFeaturesBehindThem)
     EXPECT_EQ(Peer(*camera, kPeerFrameRateEnable), 1U);
     Check(camera->WriteRegister(0x0968, std::bit_cast<std::uint32_t>(5000.0F))); // the nearest the camera can
     Check(camera->ReadRegister(0x0968, uiValue));
-    EXPECT_NEAR(std::bit_cast<float>(uiValue), 100.0F, 0.1F); // its shutter is open for 10 ms
+    EXPECT_NEAR(std::bit_cast<float>(uiValue), 166.67F, 0.01F); // its whole image takes 6 ms
     EXPECT_EQ(camera->ReadRegister(0x2000, uiValue), ErrorType::RegisterFailed);
     EXPECT_EQ(camera->WriteRegister(0x11F4, 1), ErrorType::RegisterFailed);
 }
@@ -286,6 +286,92 @@ TEST_F(GigeCameraTest, ARawExposureIsConvertedAsItsDescriptionSaysAndSetInItsSte
         Check(camera->GetProperty(property));
         EXPECT_FLOAT_EQ(property.absValue, row.fSetMs);
     }
+}
+
+TEST_F(GigeCameraTest, AShutterIsAsLongAsTheFramesAllow)
+{
+    const struct {
+        const char* pDialect;
+        std::uint32_t uiWidth, uiHeight;
+        float fRate;
+        float fShutterMs;
+        float fSetRate;
+        float fSetShutterMs;
+    } kRows[] = {
+        { "modern", 640, 480, 400.0F, 4.0F, 400.0F, 2.5F }, { "modern", 640, 480, 400.0F, 2.0F, 400.0F, 2.0F },
+        { "modern", 640, 480, 100.0F, 4.0F, 100.0F, 4.0F },
+        { "modern", 1920, 1200, 400.0F, 20.0F, 166.67F, 6.0F }, // the image takes so long
+        { "modern", 1920, 1200, 400.0F, 1.0F, 166.67F, 1.0F },
+        { "raw", 640, 480, 280.0F, 4.0F, 280.0F, 3.5F }, // 3.6 ms is its nearest step
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.fRate);
+        SCOPED_TRACE(row.fShutterMs);
+        const auto camera = StartAndOpen("GS3-PGE-23S6M", row.pDialect);
+        ASSERT_NE(camera, nullptr);
+        Configure(*camera, row.uiWidth, row.uiHeight, row.fRate);
+        SetAbsolute(*camera, PropertyType::Shutter, row.fShutterMs);
+        Property property;
+        property.type = PropertyType::FrameRate;
+        Check(camera->GetProperty(property));
+        EXPECT_NEAR(property.absValue, row.fSetRate, 0.01F);
+        property.type = PropertyType::Shutter;
+        Check(camera->GetProperty(property));
+        EXPECT_NEAR(property.absValue, row.fSetShutterMs, 0.001F);
+    }
+}
+
+TEST_F(GigeCameraTest, TheShutterFollowsTheRateUpToWhatWasAskedFor)
+{
+    const auto camera = StartAndOpen("GS3-PGE-23S6M", "modern");
+    ASSERT_NE(camera, nullptr);
+    Configure(*camera, 640, 480, 400.0F);
+    SetAbsolute(*camera, PropertyType::Shutter, 8.0F);
+    EXPECT_FLOAT_EQ(PeerFloat(*camera, kPeerExposure), 2500.0F);
+    SetAbsolute(*camera, PropertyType::FrameRate, 200.0F);
+    EXPECT_FLOAT_EQ(PeerFloat(*camera, kPeerExposure), 5000.0F);
+    SetAbsolute(*camera, PropertyType::FrameRate, 50.0F);
+    EXPECT_FLOAT_EQ(PeerFloat(*camera, kPeerExposure), 8000.0F);
+    Property automatic;
+    automatic.type = PropertyType::Shutter;
+    automatic.autoManualMode = true;
+    Check(camera->SetProperty(automatic)); // the camera's own choice is left alone
+    SetAbsolute(*camera, PropertyType::FrameRate, 100.0F);
+    EXPECT_FLOAT_EQ(PeerFloat(*camera, kPeerExposure), 8000.0F);
+}
+
+TEST_F(GigeCameraTest, ARateBelowTheOneAskedForIsTold)
+{
+    const auto camera = StartAndOpen("GS3-PGE-23S6M", "modern");
+    ASSERT_NE(camera, nullptr);
+    Configure(*camera, 1920, 1200, 400.0F);
+    for (int i = 0; i < 3; i++) {
+        Check(camera->StartCapture());
+        Check(camera->StopCapture());
+    }
+    EXPECT_EQ(m_log.Count("camera 15000007: 166.7 of 400 fps"), 1U); // and not at every start
+    Configure(*camera, 640, 480, 400.0F);
+    Check(camera->StartCapture());
+    Check(camera->StopCapture());
+    EXPECT_EQ(m_log.Count("of 400 fps"), 1U);
+}
+
+TEST_F(GigeCameraTest, AnArmedCameraKeepsItsRateForLater)
+{
+    const auto camera = StartAndOpen("GS3-PGE-23S6M", "modern");
+    ASSERT_NE(camera, nullptr);
+    Configure(*camera, 640, 480, 400.0F);
+    Arm(*camera, 1);
+    SetAbsolute(*camera, PropertyType::Shutter, 4.0F);
+    EXPECT_FLOAT_EQ(PeerFloat(*camera, kPeerExposure), 2500.0F);
+    SetAbsolute(*camera, PropertyType::Shutter, 2.0F);
+    SetAbsolute(*camera, PropertyType::FrameRate, 200.0F); // this camera takes none just now
+    Check(camera->StartCapture());
+    Check(camera->StopCapture());
+    EXPECT_FLOAT_EQ(PeerFloat(*camera, kPeerFrameRate), 400.0F);
+    Check(camera->SetTriggerMode({ false, 0, 4, 0, 0 }));
+    EXPECT_FLOAT_EQ(PeerFloat(*camera, kPeerFrameRate), 200.0F);
+    EXPECT_FALSE(m_log.Contains(" fps"));
 }
 
 TEST_F(GigeCameraTest, ARawExposureThatSaysNoUnitIsNotGuessed)
