@@ -23,6 +23,8 @@ struct ResultRow {
     const char* pLead = ""; ///< see CooperationRun::Tessel
     const char* pMemory = nullptr;
     const char* pFolder = ""; ///< of the files
+    const char* pWindow = nullptr; ///< gets a key as soon as it opens
+    const char* pKey = "";
 };
 void PrintTo(const ResultRow& row, std::ostream* pOut) { *pOut << row.pName; }
 
@@ -37,11 +39,15 @@ TEST_P(CooperationResult, IsTheExitStatus)
         m_strMemory = row.pMemory;
     StartPartner();
     const auto program = Tessel(Tokens(row.pSettings, row.iFiles, row.pFolder), row.pLead);
+    if (row.pWindow != nullptr) {
+        EXPECT_TRUE(WaitAndPress(*program, row.pWindow, row.pKey)) << program->Err();
+    }
     EXPECT_EQ(CloseBoxesUntilTheEnd(*program), row.iExit) << program->Err();
     EXPECT_EQ(Files().size(), row.uiWritten);
 }
 
 constexpr const char* kSelfStart = "1 640 480 350 500 0 10";
+const std::string kLongName(250, 'n');
 
 INSTANTIATE_TEST_SUITE_P(Run, CooperationResult,
     testing::Values(ResultRow { "Saved", 0, "simulated", "", kSelfStart, 4, 4 },
@@ -54,6 +60,12 @@ INSTANTIATE_TEST_SUITE_P(Run, CooperationResult,
         ResultRow { "RateAboveWhatTheSizeAllows", 251, "simulated:GS3-PGE-23S6M", "", "1 1920 1080 60 500 0 10", 1 },
         ResultRow { "MoreFilesThanCameras", 250, "simulated:GS3-U3-23S6M", "", kSelfStart, 2 },
         ResultRow { "ModelNotFit", 250, "simulated:DX-BW", "", kSelfStart, 1 },
+        // No result of their own either, and yet not every file: a partner has to look for them.
+        ResultRow { "NameTakenAndNoOtherChosen", 0, "simulated", "", kSelfStart, 4, 4, "touch out2-cam2-0000.avi &&",
+            nullptr, "", "^名前を付けて保存$", "Escape" },
+        ResultRow { "NameTooLong", 0, "simulated", "", kSelfStart, 4, 0, "", nullptr, kLongName.c_str() },
+        ResultRow { "OwnSettingsAndCamerasDoNotStart", 0, "simulated", "error:StartCapture:7", "0 640 480 350 500 0 10",
+            4, 0, "", nullptr, "", "^カメラの選択$", "Return" },
         // Files end at a megabyte, as on a disk that is full.
         ResultRow { "FileNotWritten", 249, "simulated", "", kSelfStart, 4, 1, "ulimit -f 2000;" }),
     [](const testing::TestParamInfo<ResultRow>& tested) { return tested.param.pName; });
