@@ -223,7 +223,8 @@ private:
         return CameraOutcome::Failed;
     }
 
-    // What the disk took without a word is not yet what it gives back.
+    // A write that went without a word is not yet a file that holds the take. What is read here may still come out of
+    // the system's memory: it shows what the program wrote, not what the disk will keep.
     bool ReadBack(ExportedCamera& exported)
     {
         exported.iReadBack = 0;

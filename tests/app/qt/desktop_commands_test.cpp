@@ -6,6 +6,7 @@
 #include <QMessageBox>
 #include <QPrintDialog>
 #include <QPrinter>
+#include <QTest>
 #include <QToolButton>
 #include <thread>
 
@@ -61,6 +62,34 @@ TEST(DesktopCommands, ArrangeTheViewsAndDoNothingWithoutOne)
         EXPECT_FALSE(run.m_desktop->Frame().Command(iCommand)->isEnabled()) << iCommand;
         run.m_desktop->CarryOut(iCommand);
     }
+}
+
+// The guide tells the operator which window has to be active.
+TEST(DesktopCommands, TheirKeysActInTheMainWindowAndNotInThePanel)
+{
+    DesktopRun run("simulated:FL3-U3-13Y3M");
+    ASSERT_TRUE(run.Start());
+    const auto activate = [](QWidget& window) {
+        window.activateWindow();
+        return PumpUntil([&window] { return window.isActiveWindow(); });
+    };
+    CMainFrame& frame = run.m_desktop->Frame();
+    ASSERT_TRUE(activate(frame));
+    QTest::keyClick(&frame, Qt::Key_F7);
+    EXPECT_TRUE(PumpUntil([&run] { return run.m_desktop->Panel() == nullptr; }));
+    QTest::keyClick(&frame, Qt::Key_F7);
+    ASSERT_TRUE(PumpUntil([&run] { return run.m_desktop->Panel() != nullptr && run.Panel().isVisible(); }));
+    ASSERT_TRUE(activate(run.Panel()));
+    int iCommands = 0;
+    for (const int iCommand : { menu::kPanel, menu::kSaveAvi, menu::kPrint, menu::kCopy }) {
+        frame.Command(iCommand)->setEnabled(true);
+        QObject::connect(frame.Command(iCommand), &QAction::triggered, [&iCommands] { ++iCommands; });
+    }
+    QTest::keyClick(&run.Panel(), Qt::Key_F7);
+    ASSERT_EQ(iCommands, 0) << "the panel stays";
+    for (const Qt::Key eKey : { Qt::Key_S, Qt::Key_P, Qt::Key_C })
+        QTest::keyClick(&run.Panel(), eKey, Qt::ControlModifier);
+    EXPECT_EQ(iCommands, 0);
 }
 
 TEST(DesktopCommands, CopyTheViewsPictureOrTheTextThatIsEdited)
