@@ -96,11 +96,10 @@ def scripts_used(house, name):
     """Steps of scripts/check and targets of scripts/build that a page names exist."""
     failures = []
     steps = re.search(r"^\[ \$\{#steps\[@\]\} -gt 0 \] \|\| steps=\(([\w ]+)\)", house.read("scripts/check"), re.M)
-    known = set(steps.group(1).split()) | set(re.findall(r"^    (\w+)\)", house.read("scripts/check"), re.M))
+    known = set(steps.group(1).split()) | set(re.findall(r"^    ([\w-]+)\)", house.read("scripts/check"), re.M))
     for line in code_of(house.read(name)):
-        for step in re.findall(r"^scripts/check (\w+)", line):
-            if step not in known:
-                failures.append(f"{name}: scripts/check has no step {step}")
+        for steps in re.findall(r"^scripts/check ([\w -]+)", line):
+            failures += [f"{name}: scripts/check has no step {step}" for step in steps.split() if step not in known]
         for preset in re.findall(r"^scripts/build (\w+)", line):
             if f'"name": "{preset}"' not in house.read("CMakePresets.json"):
                 failures.append(f"{name}: there is no preset {preset}")
