@@ -11,10 +11,12 @@
 #include "platform/simulated/simulated_library.h"
 #include "support/bar_code.h"
 #include "support/camera_document.h"
+#include "support/partner_request.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
+#include <utility>
 
 namespace vireo::test {
 
@@ -43,21 +45,13 @@ SimulatedSetup CamerasOf(const Scene& scene)
 
 CooperationRequest RequestOf(const Rig& rig)
 {
-    CooperationRequest request;
     if (!rig.bPartner)
-        return request;
-    request.CooperationMode = true;
-    request.PartnerPresent = true;
-    request.PartnerTitle = "Marten";
-    request.CoopFlag = 1;
-    request.CoopWidth = 640;
-    request.CoopHeight = 480;
-    request.CoopFrameRate = 30;
-    request.CoopShutter = 500;
-    request.CoopSwitches = 111; // keys, and prompts that name them
-    request.CoopFileCount = rig.iCameras;
+        return {};
+    std::vector<std::string> files;
     for (int c = 0; c < rig.iCameras; ++c)
-        request.CoopFileNames[static_cast<std::size_t>(c)] = FormatText("c:\\partner%d.avi", c);
+        files.push_back(FormatText("c:\\partner%d.avi", c));
+    CooperationRequest request = PartnersRequest(30, std::move(files));
+    request.CoopSwitches = 111; // keys, and prompts that name them
     return request;
 }
 

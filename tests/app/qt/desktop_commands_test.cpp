@@ -1,4 +1,5 @@
 #include "desktop_run.h"
+#include "support/partner_request.h"
 
 #include <QClipboard>
 #include <QFile>
@@ -177,26 +178,9 @@ TEST(DesktopCommands, OfNoDocumentLeaveEverythingAsItIs)
     EXPECT_TRUE(run.m_desktop->Frame().isVisible());
 }
 
-/// A partner's run whose windows can be closed by hand.
-CooperationRequest PartnersRequest()
-{
-    CooperationRequest request;
-    request.CooperationMode = true;
-    request.PartnerPresent = true;
-    request.PartnerTitle = "Marten";
-    request.CoopFlag = 1;
-    request.CoopWidth = 640;
-    request.CoopHeight = 480;
-    request.CoopFrameRate = 100;
-    request.CoopShutter = 500;
-    request.CoopFileCount = 1;
-    request.CoopFileNames = { "take.avi" };
-    return request;
-}
-
 TEST(DesktopCommands, OfThePartnerAreRefusedByABoxWhenThereIsNoView)
 {
-    DesktopRun run("simulated:GS3-U3-23S6M", "", PartnersRequest());
+    DesktopRun run("simulated:GS3-U3-23S6M", "", test::PartnersRequest(100, { "take.avi" }));
     ASSERT_TRUE(run.m_desktop->Start());
     ASSERT_TRUE(PumpUntil([&] { return run.IsLive(); }));
     CloseViews(run);

@@ -1,5 +1,6 @@
 #include "app/qt/customize_dlg.h"
 #include "desktop_run.h"
+#include "support/partner_request.h"
 #include "ui/panel_widgets.h"
 
 #include <QLineEdit>
@@ -440,18 +441,7 @@ TEST(DesktopProgram, TerminationClosesAnOpenBoxFirst)
 
 TEST(DesktopProgram, PartnerStartsAndStopsByMessages)
 {
-    CooperationRequest request;
-    request.CooperationMode = true;
-    request.PartnerPresent = true;
-    request.PartnerTitle = "Marten";
-    request.CoopFlag = 1;
-    request.CoopWidth = 640;
-    request.CoopHeight = 480;
-    request.CoopFrameRate = 100;
-    request.CoopShutter = 500;
-    request.CoopFileCount = 1;
-    request.CoopFileNames = { "take.avi" };
-    DesktopRun run("simulated:GS3-U3-23S6M", "", request);
+    DesktopRun run("simulated:GS3-U3-23S6M", "", test::PartnersRequest(100, { "take.avi" }));
     ASSERT_TRUE(run.m_desktop->Start());
     ASSERT_TRUE(PumpUntil([&] { return run.IsLive(); }));
     const auto send = [&](int iIdentifier, const char* pText) {

@@ -126,12 +126,10 @@ TEST_F(GigeCameraTest, TheStrobeOfOneExposesTheOthersWithIt)
 {
     StartPeer({ "--count", "4" });
     MakeLibrary();
-    std::vector<std::unique_ptr<GigECamera>> cameras;
-    for (unsigned int i = 0; i < 4; i++) {
-        cameras.push_back(Open(15000001 + i));
-        ASSERT_NE(cameras.back(), nullptr);
-        Configure(*cameras[i], 640, 480, 100.0F, -1);
-    }
+    const auto cameras = OpenFour();
+    ASSERT_EQ(cameras.size(), 4U);
+    for (const auto& camera : cameras)
+        Configure(*camera, 640, 480, 100.0F, -1);
     std::uint32_t uiDirections = 0;
     Check(cameras[0]->ReadRegister(0x11F8, uiDirections));
     Check(cameras[0]->WriteRegister(0x11F8, (uiDirections | 0x20000000U) & ~0x40000000U));

@@ -219,13 +219,11 @@ TEST_F(GigeFaultsTest, FourCamerasThatDieTogetherHoldNobodyUpFourTimes)
 {
     StartPeer({ "--count", "4", "--fault", "quit:3@20" });
     MakeLibrary();
-    std::vector<std::unique_ptr<GigECamera>> cameras;
+    const auto cameras = OpenFour();
+    ASSERT_EQ(cameras.size(), 4U);
+    for (const auto& camera : cameras)
+        Configure(*camera, 640, 480, 100.0F, -1);
     std::vector<std::future<Error>> ends;
-    for (unsigned int i = 0; i < 4; i++) {
-        cameras.push_back(Open(15000001 + i));
-        ASSERT_NE(cameras.back(), nullptr);
-        Configure(*cameras[i], 640, 480, 100.0F, -1);
-    }
     for (const auto& camera : cameras) {
         Check(camera->StartCapture());
         ends.push_back(std::async(std::launch::async, [&camera] { return FetchToTheEnd(*camera); }));
@@ -248,12 +246,10 @@ TEST_F(GigeFaultsTest, FourCamerasThatDieAndAreStoppedAtOnceHoldNobodyUpFourTime
 {
     StartPeer({ "--count", "4" });
     MakeLibrary();
-    std::vector<std::unique_ptr<GigECamera>> cameras;
-    for (unsigned int i = 0; i < 4; i++) {
-        cameras.push_back(Open(15000001 + i));
-        ASSERT_NE(cameras.back(), nullptr);
-        Configure(*cameras[i], 640, 480, 100.0F, -1);
-    }
+    const auto cameras = OpenFour();
+    ASSERT_EQ(cameras.size(), 4U);
+    for (const auto& camera : cameras)
+        Configure(*camera, 640, 480, 100.0F, -1);
     for (const auto& camera : cameras) {
         Check(camera->StartCapture());
         (void)Fetch(*camera, 1);
@@ -275,11 +271,8 @@ TEST_F(GigeFaultsTest, FourCamerasThatDieWhileIdleAreClosedWithoutHoldingAnybody
 {
     StartPeer({ "--count", "4" });
     MakeLibrary();
-    std::vector<std::unique_ptr<GigECamera>> cameras;
-    for (unsigned int i = 0; i < 4; i++) {
-        cameras.push_back(Open(15000001 + i));
-        ASSERT_NE(cameras.back(), nullptr);
-    }
+    const auto cameras = OpenFour();
+    ASSERT_EQ(cameras.size(), 4U);
     m_peer->Kill();
     auto rest = std::async(std::launch::async, [&] {
         for (const auto& camera : cameras)
@@ -293,11 +286,8 @@ TEST_F(GigeFaultsTest, FourCamerasThatDiedWhileIdleAreGivenUpSideBySide)
 {
     StartPeer({ "--count", "4" });
     MakeLibrary();
-    std::vector<std::unique_ptr<GigECamera>> cameras;
-    for (unsigned int i = 0; i < 4; i++) {
-        cameras.push_back(Open(15000001 + i));
-        ASSERT_NE(cameras.back(), nullptr);
-    }
+    const auto cameras = OpenFour();
+    ASSERT_EQ(cameras.size(), 4U);
     m_peer->Kill();
     auto rest = std::async(std::launch::async, [&] { // as a start that failed puts the cameras back
         for (const auto& camera : cameras)

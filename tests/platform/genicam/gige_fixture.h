@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vireo {
@@ -41,6 +42,15 @@ protected:
         const Error error = camera->Connect(guid);
         EXPECT_TRUE(error.IsOk()) << error.GetDescription();
         return camera;
+    }
+    /// The cameras of a peer with four; fewer when one does not open.
+    std::vector<std::unique_ptr<GigECamera>> OpenFour()
+    {
+        std::vector<std::unique_ptr<GigECamera>> cameras;
+        for (unsigned int uiSerial = 15000001; uiSerial <= 15000004; uiSerial++)
+            if (auto camera = Open(uiSerial))
+                cameras.push_back(std::move(camera));
+        return cameras;
     }
     /// Sets size, rate and shutter, switches the header on and sets a grab time-out.
     static void Configure(
