@@ -18,15 +18,16 @@ void SetGeometry(FrameGeometry& geometry, const Image& raw)
     geometry.uiBayerTile = static_cast<std::uint32_t>(raw.GetBayerTileFormat());
 }
 
-// Counts a cold slot. False when it must not be written: after touching was given up, every page that a
+// Counts a cold slot that is written. False when it must not be written: after touching was given up, every page that a
 // frame takes brings the machine nearer to killing the program.
 bool PrepareSlot(FrameStore& store, std::size_t uiCamera, int iIndex, bool& bCold)
 {
     bCold = !store.IsWarm(uiCamera, iIndex);
     if (!bCold)
         return true;
-    ++store.m_uiColdSlots[uiCamera];
-    return !store.m_arena->IsShort();
+    bCold = !store.m_arena->IsShort();
+    store.m_uiColdSlots[uiCamera] += bCold ? 1 : 0;
+    return bCold;
 }
 
 } // namespace

@@ -33,8 +33,6 @@ TakeEvidence CollectTake(CVireoDoc& doc)
         camera.uiClockDomain = running.clockDomains[c];
         camera.iLostBefore = store.m_iLostBefore[c];
         camera.statistics = CameraOf(doc, c).GetStreamStatistics();
-        camera.uiColdSlots = store.m_uiColdSlots[c];
-        camera.bLost = IsCameraLost(doc, c);
         const int iFrames = std::clamp(store.m_isaveFrameCount[c].load(), 0, std::max(evidence.iTarget, 0));
         camera.frames.reserve(static_cast<std::size_t>(iFrames));
         for (int i = 0; i < iFrames; ++i) {
@@ -42,8 +40,12 @@ TakeEvidence CollectTake(CVireoDoc& doc)
             if (store.Slot(c, iSlot) == nullptr)
                 break;
             const FrameEvidence& frame = store.m_evidence[c][static_cast<std::size_t>(iSlot)];
+            camera.uiColdSlots += frame.bCold ? 1 : 0;
             camera.frames.push_back({ store.SlotTime(c, iSlot), frame.iExposure, frame.arrival });
         }
+        // A camera that goes when its take is whole has lost nothing.
+        const bool bWhole = evidence.iCutFrom == 0 && iFrames >= evidence.iTarget;
+        camera.bLost = !bWhole && IsCameraLost(doc, c);
         evidence.cameras.push_back(std::move(camera));
     }
     return evidence;

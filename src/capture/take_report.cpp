@@ -3,6 +3,7 @@
 #include "app/format_text.h"
 #include "capture/clock_fit.h"
 #include "capture/frame_store.h"
+#include "capture/trigger_gaps.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,21 +26,38 @@ double Interval(const FrameSample& before, const FrameSample& frame)
     return dInterval + kWrap * std::round((Seconds(frame.arrival - before.arrival) - dInterval) / kWrap);
 }
 
-// Embedded times without their wraps.
-std::vector<double> Unwrap(const std::vector<FrameSample>& frames)
+// The slot of a frame that stands in for a lost one may hold anything.
+bool IsFrame(const FrameSample& frame) { return frame.iExposure >= 0; }
+
+// Embedded times without their wraps; of a frame that stands in for a lost one, when that should have come.
+std::vector<double> Unwrap(const std::vector<FrameSample>& frames, double dPeriod)
 {
-    std::vector<double> times;
-    times.reserve(frames.size());
-    for (std::size_t i = 0; i < frames.size(); ++i)
-        times.push_back(i == 0 ? frames[i].dDeviceTime : times.back() + Interval(frames[i - 1], frames[i]));
+    std::vector<double> times(frames.size());
+    std::size_t uiKnown = frames.size(); // the frame before, none yet
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        if (!IsFrame(frames[i]))
+            continue;
+        const bool bFirst = uiKnown == frames.size();
+        times[i] = bFirst ? frames[i].dDeviceTime : times[uiKnown] + Interval(frames[uiKnown], frames[i]);
+        for (std::size_t k = bFirst ? 0 : uiKnown + 1; k < i; ++k) {
+            const double dStep = bFirst ? dPeriod : (times[i] - times[uiKnown]) / static_cast<double>(i - uiKnown);
+            times[k] = times[i] - dStep * static_cast<double>(i - k);
+        }
+        uiKnown = i;
+    }
+    if (uiKnown < frames.size())
+        for (std::size_t k = uiKnown + 1; k < frames.size(); ++k)
+            times[k] = times[k - 1] + dPeriod;
     return times;
 }
 
 bool HasTimes(const CameraEvidence& camera)
 {
-    return camera.frames.size() < 2
-        || std::any_of(camera.frames.begin(), camera.frames.end(),
-            [&camera](const FrameSample& frame) { return frame.dDeviceTime != camera.frames.front().dDeviceTime; });
+    const auto first = std::find_if(camera.frames.begin(), camera.frames.end(), IsFrame);
+    if (camera.frames.end() - first < 2)
+        return true;
+    return std::any_of(first, camera.frames.end(),
+        [first](const FrameSample& frame) { return IsFrame(frame) && frame.dDeviceTime != first->dDeviceTime; });
 }
 
 // A frame without a number stands in for a lost one.
@@ -50,7 +68,7 @@ std::vector<Gap> FindGaps(const std::vector<FrameSample>& frames)
     bool bKnown = false;
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const auto iIndex = static_cast<std::int64_t>(i);
-        if (frames[i].iExposure < 0) {
+        if (!IsFrame(frames[i])) {
             gaps.push_back({ static_cast<int>(i), 1 });
             continue;
         }
@@ -65,8 +83,8 @@ std::vector<Gap> FindGaps(const std::vector<FrameSample>& frames)
 
 bool HasArrivals(const CameraEvidence& camera)
 {
-    return std::all_of(
-        camera.frames.begin(), camera.frames.end(), [](const FrameSample& frame) { return frame.arrival != 0; });
+    return std::all_of(camera.frames.begin(), camera.frames.end(),
+        [](const FrameSample& frame) { return !IsFrame(frame) || frame.arrival != 0; });
 }
 
 // The usual time between frames of all cameras, s; `dOtherwise` when there is none.
@@ -83,32 +101,14 @@ double UsualInterval(const std::vector<std::vector<double>>& cameras, double dOt
     return *middle > 0.0 ? *middle : dOtherwise;
 }
 
-// Frames on edges from outside have no numbers: only intervals of several usual ones show a loss.
-std::vector<Gap> FindLongIntervals(const std::vector<double>& times, double dUsual)
+// Frames on edges from outside have no numbers, but a lost one that another stands in for is known.
+std::vector<Gap> WithStandIns(std::vector<Gap> losses, const std::vector<FrameSample>& frames)
 {
-    std::vector<Gap> gaps;
-    for (std::size_t i = 1; i < times.size(); ++i) {
-        const long lMissing = std::lround((times[i] - times[i - 1]) / dUsual) - 1;
-        if (lMissing > 0)
-            gaps.push_back({ static_cast<int>(i), static_cast<int>(lMissing) });
-    }
-    return gaps;
-}
-
-// A gap that several cameras share to the frame is a pause of the trigger.
-void DropCommonGaps(std::vector<CameraReport>& cameras)
-{
-    if (cameras.size() < 2)
-        return;
-    const std::vector<Gap> first = cameras.front().gaps;
-    for (const Gap& gap : first) {
-        const auto hasIt = [&gap](const CameraReport& camera) {
-            return std::find(camera.gaps.begin(), camera.gaps.end(), gap) != camera.gaps.end();
-        };
-        if (std::all_of(cameras.begin(), cameras.end(), hasIt))
-            for (CameraReport& camera : cameras)
-                std::erase(camera.gaps, gap);
-    }
+    for (std::size_t i = 0; i < frames.size(); ++i)
+        if (!IsFrame(frames[i]))
+            losses.push_back({ static_cast<int>(i), 1 });
+    std::sort(losses.begin(), losses.end(), [](const Gap& a, const Gap& b) { return a.iFrame < b.iFrame; });
+    return losses;
 }
 
 ClockFit FitCamera(const CameraEvidence& camera, const std::vector<double>& times)
@@ -116,7 +116,8 @@ ClockFit FitCamera(const CameraEvidence& camera, const std::vector<double>& time
     std::vector<ClockPoint> points;
     points.reserve(times.size());
     for (std::size_t i = 0; i < times.size(); ++i)
-        points.push_back({ times[i], Seconds(camera.frames[i].arrival) });
+        if (IsFrame(camera.frames[i]))
+            points.push_back({ times[i], Seconds(camera.frames[i].arrival) });
     return FitClock(points);
 }
 
@@ -133,13 +134,13 @@ public:
         m_report.iFpsRequested = m_evidence.iFps;
         m_report.iFrames = m_evidence.iTarget;
         for (const CameraEvidence& camera : m_evidence.cameras)
-            m_times.push_back(Unwrap(camera.frames));
+            m_times.push_back(Unwrap(camera.frames, m_dPeriod));
         if (m_evidence.bOutsideTrigger)
             m_dPeriod = UsualInterval(m_times, m_dPeriod);
         for (std::size_t c = 0; c < m_evidence.cameras.size(); ++c)
             Describe(m_evidence.cameras[c], m_times[c]);
         if (m_evidence.bOutsideTrigger)
-            DropCommonGaps(m_report.cameras);
+            FindLossesOnOutsideEdges();
         if (!m_times.empty() && m_times.front().size() >= 2) {
             const double dSpan = m_times.front().back() - m_times.front().front();
             m_report.dFpsMeasured = dSpan > 0.0 ? static_cast<double>(m_times.front().size() - 1) / dSpan : 0.0;
@@ -167,9 +168,10 @@ private:
         report.statistics = camera.statistics;
         report.uiColdSlots = camera.uiColdSlots;
         report.bLost = camera.bLost;
-        report.gaps = m_evidence.bOutsideTrigger ? FindLongIntervals(times, m_dPeriod) : FindGaps(camera.frames);
-        if (!camera.frames.empty())
-            report.dFirstTimestamp = camera.frames.front().dDeviceTime;
+        if (!m_evidence.bOutsideTrigger)
+            report.gaps = FindGaps(camera.frames);
+        if (!times.empty())
+            report.dFirstTimestamp = times.front();
         for (std::size_t i = 1; i < times.size(); ++i)
             report.dMaxIntervalUs = std::max(report.dMaxIntervalUs, (times[i] - times[i - 1]) * kUsPerSecond);
         report.bCompared = m_report.cameras.empty();
@@ -179,6 +181,15 @@ private:
         m_fits.push_back(FitCamera(camera, times));
         report.dClockPpm = m_fits.back().DevicePpm();
         m_report.cameras.push_back(std::move(report));
+    }
+
+    void FindLossesOnOutsideEdges()
+    {
+        TriggerGaps gaps = FindTriggerGaps(m_times, m_dPeriod);
+        for (std::size_t c = 0; c < m_report.cameras.size(); ++c)
+            m_report.cameras[c].gaps = WithStandIns(std::move(gaps.losses[c]), m_evidence.cameras[c].frames);
+        if (m_report.cameras.size() == 1)
+            m_pausesOfOne = std::move(gaps.pauses);
     }
 
     bool SharesClock(std::size_t c) const
@@ -197,8 +208,7 @@ private:
         const std::size_t uiFrames = std::min(m_times[0].size(), m_times[c].size());
         report.offsetsUs.reserve(uiFrames);
         for (std::size_t i = 0; i < uiFrames; ++i) {
-            const double dOffset = SharesClock(c) ? FrameTimeDifference(m_evidence.cameras[c].frames[i].dDeviceTime,
-                                       m_evidence.cameras[0].frames[i].dDeviceTime)
+            const double dOffset = SharesClock(c) ? FrameTimeDifference(m_times[c][i], m_times[0][i])
                                                   : m_fits[c].ToHost(m_times[c][i]) - m_fits[0].ToHost(m_times[0][i]);
             report.offsetsUs.push_back(dOffset * kUsPerSecond);
             report.dMaxOffsetUs = std::max(report.dMaxOffsetUs, std::abs(dOffset) * kUsPerSecond);
@@ -230,6 +240,10 @@ private:
         for (const CameraEvidence& camera : m_evidence.cameras)
             if (!HasTimes(camera))
                 return Say(Verdict::NotChecked, FormatText("camera %d embeds no times", camera.iNumber));
+        if (!m_pausesOfOne.empty())
+            return Say(Verdict::NotChecked,
+                FormatText("camera %d waited %d intervals more before frame %d: the trigger paused, or frames are lost",
+                    m_report.cameras[0].iNumber, m_pausesOfOne.front().iMissing, m_pausesOfOne.front().iFrame));
         Say(Verdict::InSync, "");
         for (std::size_t c = 1; c < m_evidence.cameras.size(); ++c) {
             if (!SharesClock(c) && !CanCompare(c))
@@ -300,6 +314,7 @@ private:
     TakeReport m_report;
     std::vector<std::vector<double>> m_times; ///< unwrapped, per camera
     std::vector<ClockFit> m_fits;
+    std::vector<Gap> m_pausesOfOne; ///< with an outside trigger and nobody to compare with
 };
 
 } // namespace

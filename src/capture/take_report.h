@@ -27,7 +27,7 @@ struct CameraEvidence {
     std::vector<FrameSample> frames;
     int iLostBefore = 0; ///< frames lost between capture start and recording
     StreamStatistics statistics;
-    std::uint64_t uiColdSlots = 0;
+    std::uint64_t uiColdSlots = 0; ///< frames of the take that were written to memory not touched before
     bool bLost = false; ///< the camera went, or fell silent, before the take was whole
 };
 

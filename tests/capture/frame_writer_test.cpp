@@ -153,7 +153,8 @@ TEST_F(FrameWriter, TakesNoNewPagesAfterMemoryRanShort)
     EXPECT_EQ(StoreFrame(m_store, 0, Frame(9), 7), StoreResult::Skipped);
     EXPECT_TRUE(SlotIsUntouched(0, 0));
     EXPECT_EQ(m_store.m_evidence[0][0].iExposure, -1) << "the slot holds no exposure: a gap";
-    EXPECT_EQ(m_store.m_uiColdSlots[0], 1U);
+    EXPECT_FALSE(m_store.m_evidence[0][0].bCold);
+    EXPECT_EQ(m_store.m_uiColdSlots[0], 0U) << "nothing was written";
     EXPECT_EQ(m_store.m_evidence[0][0].uiBytes, 0U);
     EXPECT_EQ(m_store.m_geometry.uiRows, 10U) << "the live view goes on";
 }

@@ -106,6 +106,20 @@ TEST(TakeReport, AnExposureMoreThanHalfAPeriodAwayIsOutOfSync)
     }
 }
 
+TEST(TakeReport, CamerasOfOneClockMoreThanHalfAPeriodApartAreOutOfSyncHoweverTheyRun)
+{
+    for (const bool bTriggered : { true, false })
+        for (const double dPhaseUs : { 1300.0, -1300.0 }) {
+            SCOPED_TRACE(dPhaseUs);
+            const auto late = [dPhaseUs](int i) { return 1.0 + i * kPeriod + dPhaseUs * 1e-6; };
+            TakeEvidence evidence = MakeTake({ MakeCamera(1, 400, {}), MakeCamera(2, 400, {}, late) }, 400);
+            evidence.bTriggered = bTriggered;
+            const TakeReport report = JudgeTake(evidence);
+            EXPECT_EQ(report.eVerdict, Verdict::OutOfSync);
+            EXPECT_EQ(report.strReason, "camera 2 is up to 1300 us away from camera 1, first at frame 0");
+        }
+}
+
 TEST(TakeReport, OneFrameAwayOnASingleFrameIsEnough)
 {
     const auto once = [](int i) { return 1.0 + i * kPeriod + (i == 250 ? 0.9 * kPeriod : 0.0); };
@@ -145,6 +159,27 @@ TEST(TakeReport, AFrameThatStandsInForALostOneIsAGapAtItsPlace)
     const TakeReport report = JudgeTake(MakeTake({ camera }, 400));
     EXPECT_EQ(report.eVerdict, Verdict::FramesMissed);
     EXPECT_EQ(report.cameras[0].gaps, (std::vector<Gap> { { 0, 1 }, { 50, 1 }, { 60, 1 } }));
+}
+
+TEST(TakeReport, WhatAStandInsSlotStillHoldsIsNoEvidence)
+{
+    for (const bool bOutside : { false, true })
+        for (const std::size_t uiFrame : { 0U, 50U, 399U }) {
+            SCOPED_TRACE(uiFrame);
+            const auto late = [](int i) { return 1.0 + i * kPeriod + 0.0001; };
+            CameraEvidence camera = MakeCamera(2, 400, { 9.0, 30.0, 2 }, late);
+            camera.frames[uiFrame] = { Wrapped(camera.frames[uiFrame].dDeviceTime - 5.0), -1, 0 }; // a lap before
+            TakeEvidence evidence = MakeTake({ MakeCamera(1, 400, {}), camera }, 400);
+            evidence.bOutsideTrigger = bOutside;
+            const TakeReport report = JudgeTake(evidence);
+            EXPECT_EQ(report.cameras[1].gaps, (std::vector<Gap> { { static_cast<int>(uiFrame), 1 } }));
+            EXPECT_EQ(report.strReason, "camera 2 misses 1 before frame " + std::to_string(uiFrame));
+            EXPECT_NEAR(report.cameras[1].dClockPpm, 30.0, 1.0);
+            EXPECT_NEAR(report.cameras[1].dMaxIntervalUs, 2500.0, 1.0);
+            EXPECT_NEAR(report.cameras[1].dMaxOffsetUs, 100.0, 5.0);
+            EXPECT_NEAR(report.cameras[1].times[uiFrame] - report.cameras[1].times[uiFrame == 0 ? 1 : uiFrame - 1],
+                uiFrame == 0 ? -kPeriod : kPeriod, 1e-6);
+        }
 }
 
 TEST(TakeReport, ACameraWithFewerFramesThanTheTargetHasMissedThem)
@@ -284,6 +319,18 @@ TEST(TakeReport, APauseOfTheTriggerIsNoLossButOneCamerasIs)
     const TakeReport report = JudgeTake(OutsideTake(slow, loses));
     EXPECT_EQ(report.eVerdict, Verdict::FramesMissed);
     EXPECT_EQ(report.cameras[1].gaps, (std::vector<Gap> { { 70, 1 } }));
+    EXPECT_TRUE(report.cameras[0].gaps.empty());
+}
+
+TEST(TakeReport, OneCameraAloneCannotTellAPauseFromALoss)
+{
+    const auto pause = [](int i) { return 1.0 + i * 0.031 + (i >= 70 ? 0.093 : 0.0); };
+    TakeEvidence alone = OutsideTake(pause, pause);
+    alone.cameras.pop_back();
+    const TakeReport report = JudgeTake(alone);
+    EXPECT_EQ(report.eVerdict, Verdict::NotChecked);
+    EXPECT_EQ(
+        report.strReason, "camera 1 waited 3 intervals more before frame 70: the trigger paused, or frames are lost");
     EXPECT_TRUE(report.cameras[0].gaps.empty());
 }
 
