@@ -147,7 +147,11 @@ bool ConfigureCameras(CVireoDoc& doc)
         return true;
     if (doc.m_capture.m_bSaving) // the frames being saved must not be overwritten
         return false;
-    StopGrab(doc); // threads that have ended the last capture by themselves may still be leaving
+    // Threads that have ended the last capture by themselves may still be leaving; one that waits for a frame
+    // would take the first one of the next capture.
+    StopGrab(doc);
+    if (doc.m_grabThreads)
+        doc.m_grabThreads->Join();
     ClearCounters(doc);
     if (!CanConfigure(doc))
         return false;

@@ -10,6 +10,7 @@
 #include "capture/sync_check.h"
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -201,8 +202,8 @@ bool GrabThreads::WaitForThreads(ClockTime deadline)
     return bAll;
 }
 
-// A thread whose camera does not wake stays; it touches neither store nor document when it does, and is
-// joined before the next start and before the document goes.
+// A thread whose camera does not wake stays. When it wakes it stores nothing more, but says that it has ended;
+// so it is joined before cameras are configured again and before the document goes.
 void GrabThreads::JoinEnded(ClockTime deadline)
 {
     for (ClockThread& thread : m_threads)
@@ -217,15 +218,15 @@ void GrabThreads::KeepBrokenRecording()
         return;
     m_doc.m_capture.m_iCaptureState = capture_state::kLive;
     FrameStore& store = m_doc.m_store;
-    int iShortest = store.m_iRecordTarget;
+    int iShortest = std::numeric_limits<int>::max();
     for (std::size_t c = 0; c < m_uiCameras; ++c)
         iShortest = std::min<int>(iShortest, store.m_isaveFrameCount[c]);
-    if (iShortest < 1)
+    if (iShortest < 1 || m_uiCameras == 0)
         return;
     const CaptureSnapshot& running = m_doc.m_capture.m_running;
     const bool bAlign = running.iMode == capture_mode::kLinear && !running.bStrobeCapable && iShortest > kAlignReach;
     const int iAsked = store.m_iRecordTarget;
-    store.m_iRecordTarget = bAlign ? iShortest - kAlignReach : iShortest;
+    store.m_iRecordTarget = std::min(iAsked, bAlign ? iShortest - kAlignReach : iShortest); // beyond it lie spare ones
     if (m_bFailed && store.m_iRecordTarget < iAsked)
         store.m_iCutFrom = iAsked;
     for (std::size_t c = 0; c < m_uiCameras; ++c)

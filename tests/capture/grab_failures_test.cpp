@@ -1,4 +1,5 @@
 #include "capture/grab_threads.h"
+#include "capture/take_report.h"
 #include "timed_stop.h"
 
 #include <algorithm>
@@ -83,6 +84,8 @@ TEST(GrabFetch, OneDroppedFrameCostsNoTime)
     capture.Start();
     ASSERT_TRUE(capture.WaitFrames(0, 20));
     EXPECT_EQ(capture.Store().m_iLostBefore[0], 0);
+    // The clock stands while a thread works: a pause before the next fetch would have let its frame wait.
+    EXPECT_EQ(capture.Cam(0).m_longestInHand, 0);
 }
 
 TEST(GrabFetch, ATimeOutIsAnotherPassForTheMaster)
@@ -199,6 +202,47 @@ TEST(BrokenRecording, ARecordingThatTheOperatorEndsIsKeptAndNotCalledCut)
     EXPECT_LT(capture.Store().m_iRecordTarget, 40);
     EXPECT_TRUE(capture.Store().m_bRecordDone[0]);
     EXPECT_EQ(capture.Store().m_iCutFrom, 0);
+}
+
+TEST(BrokenRecording, SpareFramesOfOlderCamerasServeTheAlignment)
+{
+    const struct {
+        int iFramesBeyond; ///< the target, when the camera fails
+        int iExpected; ///< frames kept
+    } kRows[] = { { 20, kFrames }, { 9, kFrames }, { 4, kFrames - 5 }, { -10, kFrames - 19 } };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.iFramesBeyond);
+        ScriptedCapture capture({ .uiCameras = 2, .strModel = kOlderModel, .iMode = capture_mode::kLinear });
+        capture.Start(ThreadStartOrder::LowestFirst);
+        ASSERT_TRUE(capture.WaitFrames(0, 10));
+        capture.Store().m_bStartRequest = true;
+        ASSERT_TRUE(
+            capture.WaitFor([&] { return capture.Store().m_isaveFrameCount[1] >= kFrames + row.iFramesBeyond; }));
+        capture.Cam(1).Rewrite(
+            [](ScriptedCamera& camera) { camera.m_fetchErrors[camera.m_iFetches] = ErrorType::Disconnected; });
+        ASSERT_TRUE(capture.WaitStopped());
+        EXPECT_NEAR(capture.Store().m_iRecordTarget, row.iExpected, 1);
+        EXPECT_EQ(capture.Store().m_iCutFrom, capture.Store().m_iRecordTarget < kFrames ? kFrames : 0);
+    }
+}
+
+TEST(BrokenRecording, OnlyACameraThatWentBeforeTheTakeWasWholeIsCalledLost)
+{
+    ScriptedCapture whole({ .uiCameras = 2 });
+    whole.Start();
+    ASSERT_TRUE(whole.WaitFrames(0, 10));
+    ASSERT_TRUE(whole.Record());
+    whole.Cam(1).m_infoResult = ErrorType::Disconnected; // unplugged before the save
+    EXPECT_FALSE(CollectTake(whole.Doc()).cameras[1].bLost);
+
+    ScriptedCapture cut({ .uiCameras = 2 });
+    cut.Cam(1).m_fetchErrors[50] = ErrorType::Disconnected;
+    cut.Start();
+    ASSERT_TRUE(cut.WaitFrames(0, 10));
+    ASSERT_TRUE(cut.Record());
+    cut.Cam(1).m_infoResult = ErrorType::Disconnected;
+    EXPECT_TRUE(CollectTake(cut.Doc()).cameras[1].bLost);
+    EXPECT_FALSE(CollectTake(cut.Doc()).cameras[0].bLost);
 }
 
 TEST(BrokenRecording, AnOperatorsStopIsNoFailure)

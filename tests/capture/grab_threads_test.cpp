@@ -1,3 +1,4 @@
+#include "camera/configuration.h"
 #include "capture/grab_threads.h"
 #include "capture/recording_rules.h"
 #include "support/other_user.h"
@@ -187,6 +188,22 @@ TEST(StopGrab, ALateThreadOfTheLastRunIsJoinedBeforeTheNext)
     capture.Start();
     EXPECT_TRUE(capture.WaitFrames(1, 3));
     TimeStop(capture);
+}
+
+TEST(StopGrab, ALateThreadIsJoinedBeforeItsCameraIsConfiguredAgain)
+{
+    ScriptedCapture capture({ .uiCameras = 2 });
+    capture.Cam(1).m_hangsFrom = 3;
+    capture.Cam(1).m_bIgnoresStop = true;
+    capture.Start();
+    ASSERT_TRUE(capture.WaitFrames(1, 3));
+    TimeStop(capture);
+    ClockThread later(capture.GetClock(), [&] {
+        capture.GetClock().SleepMs(300);
+        capture.Cam(1).Release();
+    });
+    ConfigureCameras(capture.Doc());
+    EXPECT_EQ(capture.Cam(1).m_iModesWhileFetching, 0) << "it would have taken the next capture's first frame";
 }
 
 TEST(StopGrab, TheFirstCameraErrorIsTracedAndTheOthersAreStoppedAllTheSame)

@@ -55,6 +55,8 @@ public:
     std::atomic<int> m_iLevelWrites = 0; ///< writes of 0x11F0
     std::atomic<int> m_iStrobeOffs = 0; ///< SetStrobe calls that switch it off
     std::atomic<int> m_iStopsBeforeStrobeOff = 0; ///< StopCapture calls that came first
+    ClockTime m_longestInHand = 0; ///< from a fetch's end to the next one's begin
+    std::atomic<int> m_iModesWhileFetching = 0; ///< calls that choose a picture mode while a fetch waits
 
     /// Changes the script while frames are fetched.
     void Rewrite(const std::function<void(ScriptedCamera&)>& change)
@@ -94,6 +96,9 @@ public:
     {
         std::unique_lock lock(m_mutex);
         const int iFetch = m_iFetches++;
+        if (iFetch > 0)
+            m_longestInHand = std::max(m_longestInHand, m_clock.Now() - m_fetchEnded);
+        m_fetchEnded = m_clock.Now();
         if (const auto failure = m_fetchErrors.find(iFetch); failure != m_fetchErrors.end())
             return failure->second;
         while (m_lost.contains(m_iNext))
@@ -103,7 +108,10 @@ public:
         const ClockTime limit = m_iGrabTimeoutMs < 0 ? kForever : m_clock.Now() + m_iGrabTimeoutMs * kNsPerMs;
         const int iRun = m_iRun;
         const auto ended = [this, iRun] { return (m_bCancelled || !m_bRunning || m_iRun != iRun) && !m_bIgnoresStop; };
+        m_bFetching = true;
         m_clock.WaitUntil(lock, m_changed, std::min(due, limit), ended);
+        m_bFetching = false;
+        m_fetchEnded = m_clock.Now();
         if (ended())
             return m_cancelledResult;
         if (m_clock.Now() < due)
@@ -150,6 +158,7 @@ public:
         if (m_infoResult != ErrorType::Ok)
             return m_infoResult;
         info.modelName = m_strModel;
+        info.interfaceType = InterfaceType::Usb3;
         return {};
     }
     Error GetConfiguration(FC2Config&) override { return {}; }
@@ -177,12 +186,17 @@ public:
         return {};
     }
     StreamStatistics GetStreamStatistics() const override { return {}; }
-    Error SetVideoModeAndFrameRate(VideoMode, FrameRateCode) override { return {}; }
-    Error GetFormat7Info(Format7Info&, bool&) override { return {}; }
+    Error SetVideoModeAndFrameRate(VideoMode, FrameRateCode) override { return ChooseMode(); }
+    Error GetFormat7Info(Format7Info&, bool&) override { return ChooseMode(); }
     Error ValidateFormat7Settings(const Format7ImageSettings&, bool&, Format7PacketInfo&) override { return {}; }
     Error SetFormat7Configuration(const Format7ImageSettings&, std::uint32_t) override { return {}; }
 
 private:
+    Error ChooseMode()
+    {
+        m_iModesWhileFetching += m_bFetching ? 1 : 0;
+        return {};
+    }
     ClockTime TimeOf(std::int64_t iExposure) const
     {
         return m_exposureTime ? m_exposureTime(iExposure) : m_base + iExposure * m_period;
@@ -207,6 +221,8 @@ private:
     WaitPoint m_changed;
     bool m_bRunning = false;
     bool m_bCancelled = false;
+    std::atomic<bool> m_bFetching = false;
+    ClockTime m_fetchEnded = 0;
     int m_iRun = 0;
     std::int64_t m_iNext = 0;
     ClockTime m_base = 0;

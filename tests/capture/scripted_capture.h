@@ -41,9 +41,13 @@ public:
             camera->m_period = kNsPerSecond / setup.iFps;
             m_cameras.push_back(camera.get());
             slots.m_ppCameraBase.push_back(camera.get());
+            slots.m_ppCamera.push_back(camera.get());
             slots.m_strModel[c] = setup.strModel;
             slots.m_owners.push_back(std::move(camera));
             running.models.push_back(setup.strModel);
+            running.serials.push_back(static_cast<unsigned>(15000001 + c));
+            running.interfaces.push_back(InterfaceType::Usb3);
+            running.clockDomains.push_back(static_cast<unsigned>(c));
         }
         m_cameras[0]->m_iGrabTimeoutMs = setup.bTriggerWait ? 100 : 2000;
         m_doc->m_parameters.m_iFps = setup.iFps;
