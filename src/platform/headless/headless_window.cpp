@@ -26,6 +26,8 @@ HeadlessWindow::HeadlessWindow(Clock& clock, std::function<void(const std::strin
 {
 }
 
+HeadlessWindow::~HeadlessWindow() { ShowLines(); }
+
 bool HeadlessWindow::WaitFor(const std::function<bool()>& condition, ClockTime deadline)
 {
     std::unique_lock lock(m_mutex);
@@ -33,6 +35,7 @@ bool HeadlessWindow::WaitFor(const std::function<bool()>& condition, ClockTime d
         while (ServeOne(lock)) { }
         m_bWoken = false;
         lock.unlock();
+        ShowLines();
         const bool bHolds = condition();
         const ClockTime now = m_clock.Now();
         lock.lock();
@@ -41,8 +44,8 @@ bool HeadlessWindow::WaitFor(const std::function<bool()>& condition, ClockTime d
         if (now >= deadline)
             return false;
         const ClockTime until = std::min({ deadline, NextDue(), now + kConditionPoll });
-        m_clock.WaitUntil(
-            lock, m_changed, until, [this] { return m_bWoken || !m_commands.empty() || m_bPanelRefresh; });
+        m_clock.WaitUntil(lock, m_changed, until,
+            [this] { return m_bWoken || m_uiShown < m_messages.size() || !m_commands.empty() || m_bPanelRefresh; });
     }
 }
 
@@ -105,10 +108,24 @@ void HeadlessWindow::ShowMessage(const OperatorMessage& message)
     {
         std::lock_guard lock(m_mutex);
         m_messages.push_back(strLine);
+    }
+    if (std::this_thread::get_id() == m_uiThread)
+        ShowLines();
+    else
+        Wake();
+}
+
+// The lines of all messages until now. Nobody who reports waits for a terminal.
+void HeadlessWindow::ShowLines()
+{
+    std::unique_lock lock(m_mutex);
+    while (m_uiShown < m_messages.size()) {
+        const std::string strLine = m_messages[m_uiShown++];
+        lock.unlock();
         if (m_showLine)
             m_showLine(strLine);
+        lock.lock();
     }
-    Wake();
 }
 
 bool HeadlessWindow::ConfirmCameras(std::span<const CameraInfo>) { return true; }

@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace vireo {
@@ -15,8 +16,10 @@ namespace vireo {
 /// A confirmation is yes, a save-path question is cancel, a message is one line of text.
 class HeadlessWindow : public WindowSystem {
 public:
-    /// `showLine` receives each message as one line without its line end; from any thread, one at a time.
+    /// `showLine` receives each message as one line without its line end, on the user-interface thread: while it
+    /// waits, shows a message itself, or ends the window system.
     HeadlessWindow(Clock& clock, std::function<void(const std::string&)> showLine);
+    ~HeadlessWindow() override;
 
     /// What posted commands, timers and panel refreshes do; called inside WaitFor. Set before any thread runs.
     void OnCommand(std::function<void(int)> handler) { m_onCommand = std::move(handler); }
@@ -59,10 +62,12 @@ private:
         ClockTime due = kForever; ///< kForever = off
     };
 
+    void ShowLines();
     bool ServeOne(std::unique_lock<std::mutex>& lock);
     ClockTime NextDue() const;
 
     Clock& m_clock;
+    const std::thread::id m_uiThread = std::this_thread::get_id();
     std::function<void(const std::string&)> m_showLine;
     std::function<void(int)> m_onCommand;
     std::function<void(int)> m_onTimer;
@@ -77,6 +82,7 @@ private:
     bool m_bWoken = false;
     std::array<Timer, 3> m_timers;
     std::vector<std::string> m_messages;
+    std::size_t m_uiShown = 0; ///< messages whose line is shown
 };
 
 } // namespace vireo

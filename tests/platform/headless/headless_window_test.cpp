@@ -24,6 +24,29 @@ TEST_F(HeadlessWindowTest, AMessageIsOneLineWithoutItsLineEnd)
     EXPECT_EQ(m_window.Messages(), m_lines);
 }
 
+TEST_F(HeadlessWindowTest, LinesOfOtherThreadsAreShownWhileTheUserInterfaceThreadWaits)
+{
+    ClockThread reporter(m_clock, [&] {
+        m_window.ShowMessage({ "first", "", false });
+        EXPECT_TRUE(m_lines.empty()) << "whoever reports does not wait for the terminal";
+        m_clock.SleepMs(3);
+        m_window.ShowMessage({ "second", "", false });
+    });
+    EXPECT_TRUE(m_window.WaitFor([&] { return m_lines.size() == 2; }, kForever));
+    EXPECT_EQ(m_lines, (std::vector<std::string> { "first", "second" }));
+    EXPECT_EQ(m_clock.Now(), 3 * kNsPerMs);
+}
+
+TEST_F(HeadlessWindowTest, NoLineIsLostAtItsEnd)
+{
+    std::vector<std::string> lines;
+    {
+        HeadlessWindow window(m_clock, [&](const std::string& strLine) { lines.push_back(strLine); });
+        ClockThread(m_clock, [&] { window.ShowMessage({ "late", "", false }); }).Join();
+    }
+    EXPECT_EQ(lines, std::vector<std::string> { "late" });
+}
+
 TEST_F(HeadlessWindowTest, AConfirmationIsYesAndASavePathQuestionIsCancel)
 {
     EXPECT_TRUE(m_window.ConfirmCameras({}));
