@@ -6,6 +6,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <cmath>
+#include <cstdlib>
 #include <map>
 
 namespace vireo {
@@ -35,10 +37,17 @@ std::string ShutterCheck(std::string& strText)
     return "the shutter is one of 250, 500, 1000, 2000, 5000, 10000 (1/D s) or open, not " + strText;
 }
 
+// "nan" is within every range.
+std::string NumberCheck(const std::string& strText)
+{
+    return std::isfinite(std::strtod(strText.c_str(), nullptr)) ? std::string() : "not a number: " + strText;
+}
+
 } // namespace
 
 ParsedOptions ParseRecordOptions(int iCount, const char* const* ppArguments)
 {
+    const CLI::Validator isNumber(NumberCheck, "");
     ParsedOptions parsed;
     RecordOptions& options = parsed.options;
     CLI::App app("Records from all cameras at the same instants and writes one AVI file per camera.", "tessel-record");
@@ -52,12 +61,13 @@ ParsedOptions ParseRecordOptions(int iCount, const char* const* ppArguments)
             std::map<std::string, int> { { "640x480", 0 }, { "1024x768", 1 }, { "1280x720", 2 }, { "1920x1080", 3 } }));
     app.add_option("--shutter", options.iShutter, "Exposure: D for 1/D s, or open")
         ->transform(CLI::Validator(ShutterCheck, "D|open"));
-    app.add_option("--gain", options.fGain, "Gain in dB")->check(CLI::Range(-20.0, 60.0));
+    app.add_option("--gain", options.fGain, "Gain in dB")->check(CLI::Range(-20.0, 60.0))->check(isNumber);
     app.add_option("--seconds", options.iSeconds, "Length of the recording")->check(CLI::Range(1, 3600));
     app.add_option("--cameras", options.strCameras, "Camera sources, as TESSEL_CAMERAS");
     app.add_flag("--trigger-wait", options.bTriggerWait, "Wait for the external trigger");
     app.add_option("--timeout", options.dTimeoutSeconds, "Give up waiting after this many seconds")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(0.001, 1e7))
+        ->check(isNumber);
     const CLI::Option* pJson =
         app.add_option("--json", options.strJson, "Write the take report to a file, or to - (stdout)");
     app.add_flag("--quiet", options.bQuiet, "No progress line");

@@ -60,7 +60,11 @@ TEST(RecordOptions, WrongUseIsToldAndEndsWithTwo)
         { "--seconds", "-1", "take" },
         { "--preset", "5", "take" },
         { "--gain", "loud", "take" },
+        { "--gain", "nan", "take" },
         { "--timeout", "0", "take" },
+        { "--timeout", "nan", "take" },
+        { "--timeout", "inf", "take" },
+        { "--timeout", "1e10", "take" },
         { "--unknown", "take" },
         { "take", "another" },
     };
