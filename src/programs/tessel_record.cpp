@@ -4,6 +4,7 @@
 #include "platform/linux/code_page_932.h"
 #include "platform/linux/linux_paths.h"
 #include "platform/linux/memory.h"
+#include "platform/linux/new_file.h"
 #include "platform/linux/socket_partner_link.h"
 #include "platform/linux/stderr_log.h"
 #include "platform/time/real_clock.h"
@@ -16,7 +17,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <functional>
+#include <mutex>
 #include <unistd.h>
 
 namespace {
@@ -24,13 +28,33 @@ namespace {
 using namespace vireo;
 
 volatile std::sig_atomic_t g_iStopSignals = 0;
+volatile std::sig_atomic_t g_bHasScratch = 0; ///< the names below are there
+char g_scratchFile[4096];
+char g_scratchFolder[4096];
 
 // The first signal ends the recording and saves it; a second one ends the program where it stands.
 extern "C" void OnStopSignal(int)
 {
-    if (g_iStopSignals != 0)
+    if (g_iStopSignals != 0) {
+        if (g_bHasScratch != 0) {
+            unlink(g_scratchFile);
+            rmdir(g_scratchFolder);
+        }
         _exit(130);
+    }
     g_iStopSignals = 1;
+}
+
+// The settings of this run, which may be a copy of the user's, do not stay behind.
+void RemoveAtSecondSignal(const ScratchSettings& settings)
+{
+    const std::string strFolder = settings.Folder();
+    const std::string strFile = strFolder + kIniFileName;
+    if (strFile.size() < sizeof g_scratchFile) {
+        strFolder.copy(g_scratchFolder, sizeof g_scratchFolder - 1);
+        strFile.copy(g_scratchFile, sizeof g_scratchFile - 1);
+        g_bHasScratch = 1;
+    }
 }
 
 void CatchSignals()
@@ -53,7 +77,7 @@ const char* Environment(const char* pName)
     return pValue != nullptr ? pValue : "";
 }
 
-/// The line on the terminal that tells how far the recording is; gone before other output.
+/// The line on the terminal that tells how far the recording is; gone before other output. Any thread.
 class ProgressLine {
 public:
     explicit ProgressLine(bool bShow)
@@ -63,11 +87,21 @@ public:
     ~ProgressLine() { Clear(); }
     void Show(const std::string& strText)
     {
+        std::lock_guard lock(m_mutex);
         if (!m_bShow || strText == m_strShown)
             return;
         std::fprintf(stderr, "\r\033[K%s", strText.c_str());
         m_strShown = strText;
     }
+    /// Writes something else in its place.
+    void Replace(const std::function<void()>& write)
+    {
+        std::lock_guard lock(m_mutex);
+        Clear();
+        write();
+    }
+
+private:
     void Clear()
     {
         if (!m_strShown.empty())
@@ -75,18 +109,47 @@ public:
         m_strShown.clear();
     }
 
-private:
     const bool m_bShow;
+    std::mutex m_mutex;
     std::string m_strShown;
 };
 
+/// The log, on a terminal that also shows the progress.
+class LogOverProgress : public Log {
+public:
+    explicit LogOverProgress(ProgressLine& progress)
+        : m_progress(progress)
+    {
+    }
+    void Write(std::string_view strLine) override
+    {
+        m_progress.Replace([&] { m_log.Write(strLine); });
+    }
+
+private:
+    ProgressLine& m_progress;
+    StderrLog m_log;
+};
+
+// False for nothing and for what only takes bytes, as a pipe or /dev/null do.
+bool IsThere(const std::string& strTarget)
+{
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(strTarget, error);
+    return std::filesystem::is_regular_file(status) || std::filesystem::is_directory(status);
+}
+
+// A file that exists stays as it is.
 bool WriteReport(const std::string& strTarget, const std::string& strJson)
 {
     if (strTarget.empty())
         return true;
     if (strTarget == "-")
         return std::fwrite(strJson.data(), 1, strJson.size(), stdout) == strJson.size() && std::fflush(stdout) == 0;
-    std::ofstream file(strTarget, std::ios::binary | std::ios::trunc);
+    std::error_code error;
+    if (IsThere(strTarget) || !std::filesystem::exists(strTarget, error))
+        return WriteNewFile(strTarget, strJson).IsOk();
+    std::ofstream file(strTarget, std::ios::binary);
     file << strJson;
     file.close();
     return file.good();
@@ -121,7 +184,8 @@ RecordOutcome Failed(int iStatus, std::string strError)
 RecordOutcome Record(const RecordOptions& options)
 {
     RealClock clock;
-    StderrLog log;
+    ProgressLine progress(!options.bQuiet);
+    LogOverProgress log(progress);
     std::string strError;
     const std::string strSources = options.strCameras.value_or(Environment("TESSEL_CAMERAS"));
     const std::unique_ptr<CameraLibrary> cameras =
@@ -135,16 +199,15 @@ RecordOutcome Record(const RecordOptions& options)
     const std::unique_ptr<PixelConverter> converter = MakePixelConverter();
     const std::unique_ptr<VideoWriters> video = MakeVideoWriters();
     SocketPartnerLink partner(log);
-    ProgressLine progress(!options.bQuiet);
     HeadlessWindow window(clock, [&progress](const std::string& strLine) {
-        progress.Clear();
-        std::fprintf(stderr, "%s\n", strLine.c_str());
+        progress.Replace([&] { std::fprintf(stderr, "%s\n", strLine.c_str()); });
     });
     Platform platform { clock, log, *cameras, window, memory, *converter, *video, partner, paths, encoding };
 
     const ScratchSettings settings(paths, options.iPreset.has_value());
     if (!settings.Error().empty())
         return Failed(record_status::kFailed, settings.Error());
+    RemoveAtSecondSignal(settings);
     CVireoApp app(platform);
     app.SetIniFolder(settings.Folder());
     const std::unique_ptr<TakeSidecar> sidecar = MakeTakeSidecar(Environment("TESSEL_SIDECAR"), log);
@@ -167,5 +230,9 @@ int main(int iCount, char** ppArguments)
         return parsed.iStatus == 0 ? 0 : Conclude(parsed.options, Failed(parsed.iStatus, parsed.strText));
     }
     CatchSignals();
+    if (const std::string& strJson = parsed.options.strJson; IsThere(strJson)) {
+        std::fprintf(stderr, "tessel-record: %s exists already\n", strJson.c_str());
+        return record_status::kUsage;
+    }
     return Conclude(parsed.options, Record(parsed.options));
 }

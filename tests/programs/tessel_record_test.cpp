@@ -108,6 +108,7 @@ TEST(TesselRecord, TheProgressStandsOnATerminalOnlyAndNotWhenItIsToBeQuiet)
                 || strAll.find(" of 30 frames\033") != std::string::npos,
             row.bShown);
         EXPECT_EQ(strAll.find('\033') != std::string::npos, row.bShown) << strAll;
+        EXPECT_EQ(strAll.find("framesm_"), std::string::npos) << "a line of the log stands alone";
     }
 }
 
@@ -153,14 +154,17 @@ TEST(TesselRecord, TheFirstStopSignalSavesWhatThereIs)
 TEST(TesselRecord, TheSecondStopSignalEndsAtOnce)
 {
     const TemporaryFolder folder;
-    RunningProgram program(
-        { TESSEL_RECORD_PROGRAM, "--cameras", "simulated", "--fps", "100", "--seconds", "60", folder / "take" });
+    std::filesystem::create_directory(folder / "tmp");
+    RunningProgram program({ "env", "TMPDIR=" + (folder / "tmp"), TESSEL_RECORD_PROGRAM, "--cameras", "simulated",
+        "--fps", "100", "--seconds", "60", folder / "take" });
     ASSERT_TRUE(program.WaitForErr("m_isaveFrameCount[0]=(")) << program.Err();
+    EXPECT_FALSE(std::filesystem::is_empty(folder / "tmp"));
     program.Signal(SIGSTOP); // so that both are there before the program looks
     program.Signal(SIGINT);
     program.Signal(SIGTERM);
     program.Signal(SIGCONT);
     EXPECT_EQ(program.WaitForEnd(), 130) << program.Err();
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "tmp")) << "the settings of the run went with it";
 }
 
 TEST(TesselRecord, AReportThatCannotBeWrittenIsAFailureAndTheTakeIsSaved)
@@ -172,6 +176,23 @@ TEST(TesselRecord, AReportThatCannotBeWrittenIsAFailureAndTheTakeIsSaved)
         result.strErr.find("the report cannot be written: " + (folder / "nowhere/report.json")), std::string::npos)
         << result.strErr;
     EXPECT_EQ(FramesByFfprobe(folder / "take-cam4-0000.avi"), "30/1,30\n");
+}
+
+TEST(TesselRecord, AReportNeverReplacesAFile)
+{
+    const TemporaryFolder folder;
+    WriteFile(folder / "report.json", "dear");
+    const ToolResult refused = Record({ "--seconds", "1", "--json", folder / "report.json", folder / "take" });
+    EXPECT_EQ(refused.iExit, 2);
+    EXPECT_EQ(refused.strErr, "tessel-record: " + (folder / "report.json") + " exists already\n");
+    EXPECT_EQ(ReadFile(folder / "report.json"), "dear");
+    EXPECT_FALSE(std::filesystem::exists(folder / "take-cam1-0000.avi"));
+
+    // One that the run itself has made is no target either.
+    const ToolResult own = Record({ "--seconds", "1", "--json", folder / "take-cam2-0000.avi", folder / "take" });
+    EXPECT_EQ(own.iExit, 1);
+    EXPECT_EQ(FramesByFfprobe(folder / "take-cam2-0000.avi"), "30/1,30\n");
+    EXPECT_EQ(Record({ "--seconds", "1", "--json", "/dev/null", folder / "other" }).iExit, 0);
 }
 
 TEST(TesselRecord, UnderNohupTheTerminalMayGo)
