@@ -8,6 +8,7 @@
 #include "platform/imaging/mjpeg_video.h"
 #include "support/temporary_folder.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
@@ -17,6 +18,7 @@ namespace vireo::bench {
 namespace {
 
 constexpr int kRounds = 3;
+constexpr double kQualitySlackDb = 0.5; ///< of the pictures beside the fastest peer's
 constexpr double kLimitGoal = 0.9;
 constexpr double kPeerGoal = 1.7;
 constexpr const char* kEncodeOnly = "encode only";
@@ -77,6 +79,10 @@ void BenchFootage(const Figure& toEncoding, const Figure& toPeers, const Footage
         toPeer.push_back(dOwn / dFastest);
         fastest.push_back(dFastest);
     }
+    const auto best = std::max_element(peers.begin(), peers.end(),
+        [&rates](const Exporter& a, const Exporter& b) { return Median(rates[a.strName]) < Median(rates[b.strName]); });
+    if (checks[own.strName].dPsnr < checks[best->strName].dPsnr - kQualitySlackDb)
+        throw std::runtime_error(own.strName + ", " + footage.Name() + ": poorer pictures than " + best->strName);
     std::printf("%s, %zu frames, quality %d:\n", footage.Name().c_str(), footage.m_uiFrames, kQuality);
     for (const auto& [strName, values] : rates)
         PrintExporter(strName, values, checks[strName]);

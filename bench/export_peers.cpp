@@ -160,10 +160,10 @@ std::vector<Exporter> Peers(const Footage& footage, const std::string& strFolder
     const std::string strFrames = strFolder + "/" + footage.Name();
     footage.Save(strFrames, footage.m_uiFrames);
     footage.Save(strFrames + kSingle, 1);
-    if (IsInstalled("ffmpeg", "-version"))
-        peers.push_back(Ffmpeg(footage, strFrames));
-    if (IsInstalled("gst-launch-1.0", "--version"))
-        peers.push_back(GStreamer(footage, strFrames));
+    if (!IsInstalled("ffmpeg", "-version") || !IsInstalled("gst-launch-1.0", "--version"))
+        throw std::runtime_error("ffmpeg or gst-launch-1.0 is missing: there is nothing to compare with");
+    peers.push_back(Ffmpeg(footage, strFrames));
+    peers.push_back(GStreamer(footage, strFrames));
     peers.push_back(OpenCv(footage));
     return peers;
 }

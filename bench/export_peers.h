@@ -26,7 +26,7 @@ double EncodeOnly(const Footage& footage);
 /// This program's own writer.
 Exporter OwnWriter(const Footage& footage);
 
-/// Other programs at the same quality, those that are installed. Their raw frames lie in `strFolder`.
+/// Other programs at the same quality; throws when one is not installed. Their raw frames lie in `strFolder`.
 /// Of colour footage ffmpeg and GStreamer get finished BGR pictures: they are spared the interpolation.
 std::vector<Exporter> Peers(const Footage& footage, const std::string& strFolder);
 

@@ -43,6 +43,14 @@ double StatusMiB(const std::string& strName)
     return 0.0;
 }
 
+bool IsWarm(const FrameStore& store)
+{
+    for (std::size_t c = 0; c < store.m_uiCameras; ++c)
+        if (!store.IsWarm(c, store.m_iBufferFrames - 1))
+            return false;
+    return true;
+}
+
 int Run()
 {
     RealClock clock;
@@ -70,7 +78,7 @@ int Run()
     preset.RecTime = kSeconds;
     if (!OnNewDocument(doc) || !ApplyPresetValues(doc, preset))
         return 1;
-    window.WaitFor([] { return false; }, clock.Now() + 5 * kNsPerSecond); // the store is touched meanwhile
+    window.WaitFor([&doc] { return IsWarm(doc.m_store); }, clock.Now() + 60 * kNsPerSecond);
 
     const double dBefore = ProcessorSeconds();
     const ClockTime begin = clock.Now();
