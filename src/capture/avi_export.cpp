@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -20,7 +21,6 @@ namespace {
 
 constexpr unsigned int kJpegQuality = 75;
 constexpr std::size_t kMaxNameBytes = 260;
-constexpr int kMaxProgress = 65535; ///< the bar's range is 16 bits wide
 constexpr std::string_view kFirstPart = "-0000";
 
 /// What differs between the ways to export.
@@ -85,7 +85,7 @@ public:
         const ClockTime begin = platform.clock.Now();
         m_result.bRan = true;
         m_doc.m_capture.m_bSaving = true;
-        platform.window.BeginProgress(std::clamp(m_plan.iProgressRange, 0, kMaxProgress));
+        platform.window.BeginProgress(std::max(m_plan.iProgressRange, 0));
         const bool bKept = !WriteAll();
         m_result.bComplete = !bKept;
         m_result.dSeconds = static_cast<double>(platform.clock.Now() - begin) / kNsPerSecond;
@@ -212,7 +212,7 @@ private:
             if (!video.Append(frame).IsOk())
                 return FailWrite(video, exported);
             ++exported.iFrames;
-            m_doc.GetPlatform().window.SetProgress(ProgressOf(i));
+            m_doc.GetPlatform().window.SetProgress(i);
         }
         const Error closed = video.Close();
         exported.files = video.GetFiles();
@@ -257,9 +257,13 @@ private:
         TakeSidecar* const pSidecar = m_doc.App().Sidecar();
         if (pSidecar == nullptr)
             return;
-        TakeReport report = ReportTake(m_doc);
-        AddExport(report, m_result);
-        pSidecar->Write(report);
+        try {
+            TakeReport report = ReportTake(m_doc);
+            AddExport(report, m_result);
+            pSidecar->Write(report);
+        } catch (const std::exception& error) { // the files themselves are saved
+            m_doc.GetPlatform().log.Write(std::string("no take report: ") + error.what());
+        }
     }
 
     // The file stays as far as it was written.
@@ -272,13 +276,6 @@ private:
         m_doc.App().SetCooperationResult(cooperation_result::kWriteFailed);
         ShowMessage(m_doc.GetPlatform().window, messages::kAviWriteFailed);
         return CameraOutcome::Failed;
-    }
-
-    int ProgressOf(int iFrame) const
-    {
-        if (m_plan.iProgressRange <= kMaxProgress)
-            return iFrame;
-        return static_cast<int>(std::int64_t { iFrame } * kMaxProgress / m_plan.iProgressRange);
     }
 
     void ForgetRecording()

@@ -74,7 +74,8 @@ public:
     /// A video file has been saved: it heads the list of recent files. A native path, absolute or relative.
     virtual void AddRecentFile(const std::string& strFile) = 0;
 
-    /// Save progress: shows the bar (the panel's, or one of its own) and the wait cursor.
+    /// Save progress in frames: shows the bar (the panel's, or one of its own) and the wait cursor. A bar of
+    /// fewer steps than frames scales them itself.
     virtual void BeginProgress(int iRange) = 0;
     virtual void SetProgress(int iPosition) = 0;
     virtual void EndProgress() = 0;

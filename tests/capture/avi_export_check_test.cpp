@@ -113,6 +113,18 @@ TEST_F(AviExportCheck, EverySaveTellsTheSidecarWhatWasWrittenWhileTheRecordingSt
     EXPECT_EQ(sidecar.m_reports[1].cameras[1].files, (std::vector<std::string> { Path("b-cam2-0000.avi") }));
 }
 
+TEST_F(AviExportCheck, ASidecarThatThrowsHarmsNoSave)
+{
+    class Throwing : public TakeSidecar {
+        void Write(const TakeReport&) override { throw std::bad_alloc(); }
+    } sidecar;
+    m_app->SetSidecar(&sidecar);
+    EXPECT_TRUE(SaveAviAutomatic(*m_doc).bComplete);
+    EXPECT_FALSE(m_doc->m_capture.m_bSaving);
+    EXPECT_TRUE(m_test->m_log.Contains("no take report: "));
+    EXPECT_TRUE(m_test->m_window.MessageTexts().empty());
+}
+
 TEST_F(AviExportCheck, ACameraWhoseFileFailedIsToldToTheSidecarAsNotReadBack)
 {
     RecordedSidecar sidecar(*m_doc);
