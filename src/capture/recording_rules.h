@@ -21,7 +21,6 @@ constexpr int RecordTargetFor(int iBufferFrames) { return iBufferFrames - kRingH
 
 /// The ring index before `iIndex`, and the one after it.
 constexpr int RingBefore(int iIndex, int iBufferFrames) { return iIndex < 1 ? iBufferFrames - 1 : iIndex - 1; }
-constexpr int RingAfter(int iIndex, int iBufferFrames) { return iIndex + 1 >= iBufferFrames ? 0 : iIndex + 1; }
 
 /// The frame count with which a camera whose write index is `iEnd` joins a recording marked at `iMark`.
 /// None: more than half a ring apart is a camera that lags across the wrap; it joins at a later frame.

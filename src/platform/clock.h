@@ -151,41 +151,4 @@ private:
     std::thread m_thread;
 };
 
-/// An event that one wait consumes: Set() lets one Wait() through, also when it came first.
-class AutoResetEvent {
-public:
-    explicit AutoResetEvent(Clock& clock)
-        : m_clock(clock)
-    {
-    }
-    void Set()
-    {
-        {
-            std::lock_guard lock(m_mutex);
-            m_bSet = true;
-        }
-        m_clock.NotifyAll(m_changed);
-    }
-    void Reset()
-    {
-        std::lock_guard lock(m_mutex);
-        m_bSet = false;
-    }
-    /// True when the event was set (and is consumed), false when `deadline` passed first.
-    bool Wait(ClockTime deadline)
-    {
-        std::unique_lock lock(m_mutex);
-        if (!m_clock.WaitUntil(lock, m_changed, deadline, [this] { return m_bSet; }))
-            return false;
-        m_bSet = false;
-        return true;
-    }
-
-private:
-    Clock& m_clock;
-    std::mutex m_mutex;
-    WaitPoint m_changed;
-    bool m_bSet = false;
-};
-
 } // namespace vireo

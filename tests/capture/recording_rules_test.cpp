@@ -183,6 +183,4 @@ TEST(RecordingRules, RingNeighboursWrap)
 {
     EXPECT_EQ(RingBefore(0, 94), 93);
     EXPECT_EQ(RingBefore(94, 94), 93) << "a write index that stands behind the last slot";
-    EXPECT_EQ(RingAfter(93, 94), 0);
-    EXPECT_EQ(RingAfter(5, 94), 6);
 }
