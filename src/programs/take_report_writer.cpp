@@ -136,10 +136,17 @@ std::string CameraLine(const TakeReport& report, std::size_t uiCamera)
         strLine += (strLine.empty() ? "" : " ") + strFile;
     if (strLine.empty())
         strLine = FormatText("camera %d (%u): no file", camera.iNumber, camera.uiSerial);
-    strLine +=
-        FormatText(": %d frames, %.2f fps, %s", camera.iFrames, report.dFpsMeasured, VerdictText(report.eVerdict));
+    const int iInFiles = camera.files.empty() ? camera.iFrames : camera.iSaved;
+    strLine += FormatText(": %d ", iInFiles);
+    if (iInFiles != camera.iFrames)
+        strLine += FormatText("of %d ", camera.iFrames);
+    strLine += FormatText("frames, %.2f fps, %s", report.dFpsMeasured, VerdictText(report.eVerdict));
     if (!report.strReason.empty())
         strLine += " (" + report.strReason + ")";
+    if (!camera.files.empty() && camera.iReadBack < 0)
+        strLine += ", not read back";
+    else if (!camera.files.empty() && camera.iReadBack != camera.iSaved)
+        strLine += FormatText(", %d read back", camera.iReadBack);
     if (camera.iLostBefore > 0)
         strLine += FormatText(", %d lost before the recording", camera.iLostBefore);
     return strLine;

@@ -165,9 +165,17 @@ TEST(TakeReportWriter, ResidualsThatCannotBeToldAreEmptyAndAccuseNobody)
 TEST(TakeReportWriter, ALinePerCameraNamesFilesFramesRateAndVerdict)
 {
     EXPECT_EQ(CameraLine(MakeReport(), 0),
-        "take-cam2-0000.avi take-cam2-0001.avi: 2000 frames, 399.98 fps, frames missed (camera 2 misses 3 before frame "
-        "120), 1 lost before the recording");
+        "take-cam2-0000.avi take-cam2-0001.avi: 1990 of 2000 frames, 399.98 fps, frames missed (camera 2 misses 3 "
+        "before frame 120), 1999 read back, 1 lost before the recording");
     TakeReport report = MakeReport();
     report.cameras[0].iLostBefore = 0;
+    report.cameras[0].iReadBack = 1990;
+    EXPECT_TRUE(CameraLine(report, 0).ends_with("before frame 120)"));
+    report.cameras[0].iReadBack = -1;
+    EXPECT_TRUE(CameraLine(report, 0).ends_with(", not read back"));
+    report.cameras[0].iSaved = 2000;
+    EXPECT_NE(CameraLine(report, 0).find("avi: 2000 frames,"), std::string::npos);
+    report.cameras[0].files.clear();
+    EXPECT_TRUE(CameraLine(report, 0).starts_with("camera 2 (13000002): no file: 2000 frames, "));
     EXPECT_TRUE(CameraLine(report, 0).ends_with("before frame 120)"));
 }
