@@ -38,6 +38,10 @@ private:
                 continue;
             const std::string& strFirst = camera.files.front();
             const std::string strBase = strFirst.substr(0, strFirst.size() - kFirstPart.size());
+            if (strBase.empty() || strBase.ends_with('/')) {
+                m_log.Write("the take is not described: it has no name");
+                continue; // a file of the ending alone would be a hidden one
+            }
             Put(strBase + ".csv", TakeCsv(report, c));
             if (!bReport)
                 Put(strBase + ".json", TakeReportJson(report));

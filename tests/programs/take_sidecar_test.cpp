@@ -96,6 +96,19 @@ TEST_F(Sidecar, DescribesNoCameraWhoseFilesWereNotCompleted)
     EXPECT_TRUE(m_log.Lines().empty());
 }
 
+TEST_F(Sidecar, OfATakeWithoutANameWouldBeHiddenAndIsLeftOut)
+{
+    TakeReport report = MakeReport();
+    report.cameras.pop_back();
+    for (const std::string& strFile : { m_folder / "-0000.avi", std::string("-0000.avi") }) {
+        report.cameras[0].files = { strFile };
+        m_sidecar->Write(report);
+    }
+    EXPECT_TRUE(Entries().empty());
+    EXPECT_EQ(m_log.Lines().size(), 2U);
+    EXPECT_FALSE(std::filesystem::exists(".csv"));
+}
+
 TEST_F(Sidecar, OfARealTakeSaysWhatTheReportSays)
 {
     const auto video = MakeVideoWriters({ .uiPartLimitBytes = 600'000 });
