@@ -1,6 +1,7 @@
 #include "app/qt/application_look.h"
 #include "app/qt/icons.h"
 #include "app/qt/main_frame.h"
+#include "ui/panel_widgets.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -205,17 +206,27 @@ void CMainFrame::AddRecentFile(const QString& strPath)
     FillRecentFiles();
 }
 
+namespace {
+
+/// An entry of a list in a menu. A name's own ampersands are no shortcuts.
+QString NumberedEntry(int iNumber, QString strName)
+{
+    return QStringLiteral("&%1 %2").arg(iNumber).arg(strName.replace(QLatin1Char('&'), QStringLiteral("&&")));
+}
+
+} // namespace
+
 void CMainFrame::FillRecentFiles()
 {
     for (int i = 0; i < menu::kRecentFiles; ++i) {
         QAction* pAction = m_recentFiles.at(i);
         const QString strPath = m_profile.value(QString::fromLatin1(kRecentKey).arg(i + 1)).toString();
         pAction->setData(strPath);
-        pAction->setToolTip(strPath);
+        pAction->setToolTip(PlainToolTip(strPath));
         pAction->setVisible(!strPath.isEmpty() || i == 0);
         pAction->setEnabled(!strPath.isEmpty());
         pAction->setText(strPath.isEmpty() ? QStringLiteral("最近使ったファイル")
-                                           : QStringLiteral("&%1 %2").arg(i + 1).arg(QFileInfo(strPath).fileName()));
+                                           : NumberedEntry(i + 1, QFileInfo(strPath).fileName()));
     }
 }
 
@@ -225,7 +236,7 @@ void CMainFrame::FillWindowList()
     m_windowList.clear();
     int iNumber = 0;
     for (QMdiSubWindow* pFrame : m_pArea->subWindowList()) {
-        QAction* pAction = m_pWindowMenu->addAction(QStringLiteral("&%1 %2").arg(++iNumber).arg(pFrame->windowTitle()));
+        QAction* pAction = m_pWindowMenu->addAction(NumberedEntry(++iNumber, pFrame->windowTitle()));
         pAction->setCheckable(true);
         pAction->setChecked(pFrame == m_pArea->activeSubWindow());
         connect(pAction, &QAction::triggered, pFrame, [this, pFrame] { m_pArea->setActiveSubWindow(pFrame); });

@@ -372,6 +372,14 @@ TEST_F(MainFrameTest, MenuBarDocksAtEverySide)
     EXPECT_TRUE(pMenuBar->isVisible());
 }
 
+TEST_F(MainFrameTest, ARecentFilesOwnAmpersandIsNoShortcutAndItsNameNoMarkup)
+{
+    Open().AddRecentFile(QStringLiteral("/takes/<b>run & jump.avi"));
+    const auto* pRecent = m_frame->findChild<QAction*>(QStringLiteral("57616"));
+    EXPECT_EQ(pRecent->text(), QStringLiteral("&1 <b>run && jump.avi"));
+    EXPECT_TRUE(pRecent->toolTip().contains(QStringLiteral("&lt;b&gt;run"))) << pRecent->toolTip().toStdString();
+}
+
 TEST_F(MainFrameTest, FourRecentFilesAreKept)
 {
     CMainFrame& frame = Open();
