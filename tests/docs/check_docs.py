@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Compares what the pages say with what the code and the programs say.
 
-check_docs.py --source DIR --version X.Y.Z --program NAME=PATH... CHECK...
+check_docs.py --source DIR --build DIR --version X.Y.Z --program NAME=PATH... CHECK...
 """
 
 import argparse
@@ -11,6 +11,7 @@ from pathlib import Path
 import examples
 import pages
 import texts
+import values
 
 CHECKS = {
     "messages": texts.messages,
@@ -19,6 +20,10 @@ CHECKS = {
     "environment": texts.environment,
     "performance": texts.performance,
     "checks": texts.checks,
+    "menus": values.menus,
+    "models": values.models,
+    "sources": values.sources,
+    "tuning": values.tuning,
     "options": pages.options,
     "paths": pages.paths,
     "links": pages.links,
@@ -27,16 +32,20 @@ CHECKS = {
     "versions": pages.versions,
     "partner_python": examples.partner_python,
     "partner_shell": examples.partner_shell,
+    "readme_partner": examples.readme_partner,
+    "software_cameras": examples.software_cameras,
 }
 
 
 class House:
     """The source tree and the programs built from it."""
 
-    def __init__(self, source, version, programs):
-        self.source = Path(source)
+    def __init__(self, source, build, version, programs):
+        self.source = Path(source).resolve()
+        self.build = Path(build).resolve()
         self.version = version
-        self.programs = dict(program.split("=", 1) for program in programs)
+        pairs = (program.split("=", 1) for program in programs)
+        self.programs = {name: str(Path(path).resolve()) for name, path in pairs}
 
     def read(self, name):
         return (self.source / name).read_text(encoding="utf-8")
@@ -49,11 +58,12 @@ class House:
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--source", required=True)
+    parser.add_argument("--build", required=True)
     parser.add_argument("--version", required=True)
     parser.add_argument("--program", action="append", default=[])
     parser.add_argument("checks", nargs="+", choices=CHECKS)
     arguments = parser.parse_args()
-    house = House(arguments.source, arguments.version, arguments.program)
+    house = House(arguments.source, arguments.build, arguments.version, arguments.program)
     failures = []
     for name in arguments.checks:
         compared, found = CHECKS[name](house)

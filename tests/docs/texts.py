@@ -8,11 +8,16 @@ PARTNER = "docs/partner.md"
 FORMATS = "docs/file-formats.md"
 DEVELOPER = "docs/developer.md"
 PERFORMANCE = "docs/performance.md"
+NUMBERS = "番号の意味"  # a part of the operators' page
 
 # Files beside the message table whose constants are all shown to the operator.
 MESSAGE_FILES = ["src/display/view_messages.h", "src/ui/property_set_rules.cpp"]
 NOT_TYPED = {"check-core-dependencies", "check-package", "fresh-root", "install-dependencies"}  # others call them
 NO_MESSAGES = {"kShutterOpen"}
+REASON_FILES = ["src/platform/linux/instance_lock.cpp", "src/platform/linux/runtime_folder.cpp"]
+FOLLOWED_BOXES = {  # that name no constant: of the files above, of the message table
+    "bHeld ? kAlreadyRunning : lock.Reason()", "strRefusal", "pText", "FormatMessage(text, values)"
+}
 FIGURE = re.compile(r'(?:AgainstPeer|AgainstLimit|BenchConversion|BenchFootage|Compare)\([^"]*?\{ "([^"]+)" \}'
                     r'(?:, \{ "([^"]+)" \})?')
 CONSTANT = r'\b({name}) = "([^"]*)";'
@@ -60,6 +65,25 @@ def boxes(code):
     return [text for name in sorted(names) for text in constants(code, name)]
 
 
+def reasons(house):
+    """What a box says when a program cannot make its mark that it runs: a path and a reason."""
+    texts = set()
+    for name in REASON_FILES:
+        for reason in re.findall(r'str(?:Error|Reason) = \w+ \+ ": ([^;]*);', house.read(name)):
+            texts.add("○: ○" if reason.startswith('" + std::strerror') else "○: " + reason.rstrip('"'))
+    return sorted(texts)
+
+
+def unfollowed_boxes(house):
+    """Boxes whose text this check does not find; a new kind of box is to be added to it."""
+    failures = []
+    for source in sorted((house.source / "src").rglob("*.cpp")):
+        for text in re.findall(r"\bShowMessage\(\{\s*((?:[^,{}()]|\([^()]*\))+)", source.read_text(encoding="utf-8")):
+            if not re.fullmatch(r"k[A-Z]\w*", text.strip()) and text.strip() not in FOLLOWED_BOXES:
+                failures.append(f"{source.name} shows a box whose text is not compared: {text.strip()}")
+    return failures
+
+
 def messages(house):
     explained = {row[0]: row for row in table_rows(house.read(OPERATOR))}
     wanted = [as_shown(text, site) for text, site in message_table(house.read("src/capture/messages.h"))]
@@ -69,7 +93,11 @@ def messages(house):
     if len(others) < 15:
         return 0, ["the boxes beside the message table are not where this check looks for them"]
     wanted += [as_shown(text) for text in others]
-    failures = [f"{OPERATOR} does not explain: {text}" for text in wanted if text not in explained]
+    if len(reasons(house)) < 2:
+        return 0, ["the reasons of a refused start are not where this check looks for them"]
+    wanted += reasons(house)
+    failures = unfollowed_boxes(house)
+    failures += [f"{OPERATOR} does not explain: {text}" for text in wanted if text not in explained]
     failures += [
         f"{OPERATOR}: cause or remedy is empty: {text}"
         for text in wanted
@@ -145,7 +173,7 @@ def facts(house):
 
     for number in re.findall(r"^    \w+ = (\d+),", house.read("src/platform/error.h"), re.M):
         if number != "0":
-            expected.append((OPERATOR, f"\n| {number} | ", "error number"))
+            expected.append((NUMBERS, f"\n| {number} | ", "error number"))
 
     records = house.read("src/app/settings_records.cpp")
     for key in re.findall(r'WriteIni(?:Int|String)\([^;"]*, "(\w+)",', records):
@@ -202,7 +230,7 @@ def facts(house):
 
     values, words = option_values(house)
     expected += values
-    text_of = {OPERATOR: operator, FORMATS: formats, DEVELOPER: developer, PARTNER: house.read(PARTNER)}
+    text_of = {OPERATOR: operator, NUMBERS: operator.partition(f"\n### {NUMBERS}\n")[2].partition("\n#")[0], FORMATS: formats, DEVELOPER: developer, PARTNER: house.read(PARTNER)}
     text_of |= {page: house.read(page) for page, *_ in values}
     failures = words
     kinds_seen = {what for *_, what in expected}
@@ -241,14 +269,20 @@ def performance(house):
         if not found:
             return 0, [f"{source.name} measures nothing that this check knows of"]
         measured += [name for names in found for name in names if name]
-    rows = [row for row in table_rows(house.read(PERFORMANCE)) if len(row) == 6 and row[0] != "figure"]
+    about, _, figures = house.read(PERFORMANCE).partition("\n| figure |")
+    rows = table_rows(figures.partition("\n")[2])
+    broken = [f"{PERFORMANCE}: {len(row)} cells instead of 6: {row[0]}" for row in rows if len(row) != 6]
+    rows = [row for row in rows if len(row) == 6]
     told = [row[0] for row in rows]
     failures = [f"{PERFORMANCE} has no row: {name}" for name in measured if told.count(name) != 1]
     failures += [f"{PERFORMANCE} has a row that nothing measures: {name}" for name in told if name not in measured]
     failures += [f"two benchmarks measure: {name}" for name in sorted(set(measured)) if measured.count(name) > 1]
     failures += [f"{PERFORMANCE}: an empty cell: {row[0]}" for row in rows if not all(row)]
     failures += [f"{PERFORMANCE}: neither met nor short: {row[0]}" for row in rows if row[5] not in ("met", "short")]
-    machine = {row[0]: row[1] for row in table_rows(house.read(PERFORMANCE)) if len(row) == 2}
+    failures += broken
+    keys = [row[0] for row in table_rows(about)]
+    failures += [f"{PERFORMANCE} names the {key} twice" for key in sorted(set(keys)) if keys.count(key) > 1]
+    machine = {row[0]: row[1] for row in table_rows(about) if len(row) == 2}
     for key in ("processor", "memory", "kernel", "compiler", "load before the run", "date"):
         if not machine.get(key):
             failures.append(f"{PERFORMANCE} does not name the {key}")
