@@ -82,8 +82,9 @@ void SoftCamera::SetInputLevels(std::uint32_t uiLevels)
 /// Brings the registers that follow from others up to date.
 void SoftCamera::Update()
 {
-    At(feature::WidthMax) = Word(feature::SensorWidth) / Word(feature::BinningHorizontal);
-    At(feature::HeightMax) = Word(feature::SensorHeight) / Word(feature::BinningVertical);
+    const std::uint32_t uiModeBins = Word(feature::VideoMode) == 1 ? 2 : 1;
+    At(feature::WidthMax) = Word(feature::SensorWidth) / Word(feature::BinningHorizontal) / uiModeBins;
+    At(feature::HeightMax) = Word(feature::SensorHeight) / Word(feature::BinningVertical) / uiModeBins;
     At(feature::Width) = std::min(Word(feature::Width), Word(feature::WidthMax));
     At(feature::Height) = std::min(Word(feature::Height), Word(feature::HeightMax));
     At(feature::OffsetX) = std::min(Word(feature::OffsetX), Word(feature::WidthMax) - Width());
@@ -117,7 +118,7 @@ Access SoftCamera::Read(std::uint32_t uiOffset, std::uint32_t& uiValue) const
 Access SoftCamera::Check(std::uint32_t uiOffset, std::uint32_t uiValue) const
 {
     const auto check = [](bool bGood) { return bGood ? Access::Done : Access::BadValue; };
-    if (uiOffset <= feature::VideoMode && m_bAcquiring)
+    if (uiOffset <= feature::VideoMode && (m_bAcquiring || Word(feature::TLParamsLocked) != 0))
         return Access::WriteProtected; // the image cannot change under the stream
     switch (uiOffset) {
     case feature::Width:

@@ -266,6 +266,31 @@ TEST_P(CameraContract, ImageModesAreKnownOrNot)
     }
 }
 
+TEST_P(CameraContract, AnImageModeThatWasLeftBehindNarrowsNoOther)
+{
+    Open();
+    Format7PacketInfo packet;
+    bool bValid = false;
+    const Format7ImageSettings binned { 1, 0, 0, 640, 480, PixelFormat::Raw8 };
+    if (m_gige) {
+        Check(m_gige->SetGigEImagingMode(1));
+        Check(SetImage(0, 0, 640, 480));
+    } else {
+        Check(m_usb->ValidateFormat7Settings(binned, bValid, packet));
+        ASSERT_TRUE(bValid);
+        Check(m_usb->SetFormat7Configuration(binned, packet.maxBytesPerPacket));
+    }
+    Check(Cam().Disconnect());
+    Check(Cam().Connect(m_guid));
+    if (m_gige) {
+        Check(m_gige->SetGigEImagingMode(0));
+    } else {
+        Check(m_usb->ValidateFormat7Settings({ 0, 0, 0, 1280, 960, PixelFormat::Raw8 }, bValid, packet));
+        EXPECT_TRUE(bValid);
+    }
+    Check(SetImage(0, 0, 1280, 960));
+}
+
 TEST_P(GigECameraContract, ThereAreChannelsAndPackets)
 {
     Open();

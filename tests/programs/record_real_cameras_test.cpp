@@ -223,6 +223,7 @@ TEST_F(RecordRealCameras, TheExternalTriggerStartsTwoUsbCameras)
 TEST_F(RecordRealCameras, UsbCamerasThatAKilledProgramLeftSendingAreConfiguredAndRecorded)
 {
     const UsbPair kRows[] = {
+        { "genicam", "u3v:GS3-U3-23S6M:17000001:sending,u3v:GS3-U3-23S6M:17000002:sending" },
         { "iidc", "iidc:GS3-U3-23S6C:17000042:sending,iidc:GS3-U3-23S6C:17000043:sending" },
     };
     for (const UsbPair& pair : kRows) {
@@ -232,6 +233,8 @@ TEST_F(RecordRealCameras, UsbCamerasThatAKilledProgramLeftSendingAreConfiguredAn
         EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
         ExpectWhole(File("-cam1"), 200, 200, 5000);
         EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
+        for (const char* pSuffix : { "-cam1", "-cam2" })
+            std::filesystem::remove(File(pSuffix));
     }
 }
 

@@ -60,6 +60,7 @@ constexpr FeatureNames kNames[] = {
     { Feature::StrobeDelay, { "StrobeDelay", "StrobeLineDelay", "LineDelay" } },
     { Feature::StrobeDuration, { "StrobeDuration", "StrobeLineDuration" } },
     { Feature::ChunkModeActive, { "ChunkModeActive" } },
+    { Feature::TransferLocked, { "TLParamsLocked" } },
 };
 
 constexpr double kRawGainSteps = 10.0; ///< a dB in a GainRaw that does not say what it counts

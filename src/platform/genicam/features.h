@@ -55,6 +55,7 @@ enum class Feature {
     StrobeDelay, ///< us
     StrobeDuration, ///< us
     ChunkModeActive,
+    TransferLocked, ///< a number: while it is 1 the image cannot change
     Count,
 };
 

@@ -19,6 +19,7 @@ constexpr BayerName kBayerNames[] = {
     { "BayerBG8", BayerTileFormat::Bggr },
 };
 constexpr ImagingMode kPlainMode = 2; ///< as mode 0; some models are always set to it
+constexpr ImagingMode kModes = 32; ///< numbers that a mode can have
 constexpr std::int64_t kModeBins = 2; ///< pixels binned both ways in mode 1 of a camera without video modes
 
 std::string ModeName(ImagingMode mode) { return "Mode" + std::to_string(mode); }
@@ -96,6 +97,26 @@ Error QueryMode(OpenDevice& device, ImagingMode mode, bool& bSupported)
         bSupported = features.HasChoice(Feature::VideoMode, ModeName(mode));
     else
         bSupported = mode == 0 || mode == kPlainMode || (mode == 1 && HasBinning(features));
+    return {};
+}
+
+Error ReadMode(OpenDevice& device, ImagingMode& mode)
+{
+    Features& features = *device.features;
+    mode = 0;
+    if (features.Has(Feature::VideoMode)) {
+        std::string strMode;
+        if (Error error = features.GetChoice(Feature::VideoMode, strMode); !error.IsOk())
+            return error;
+        for (ImagingMode known = 0; known < kModes; known++)
+            if (strMode == ModeName(known))
+                mode = known;
+    } else if (HasBinning(features)) {
+        std::int64_t iBins = 1;
+        if (Error error = features.GetInteger(Feature::BinningHorizontal, iBins); !error.IsOk())
+            return error;
+        mode = iBins == kModeBins ? 1 : 0;
+    }
     return {};
 }
 

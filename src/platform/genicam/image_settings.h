@@ -8,6 +8,8 @@ namespace vireo {
 /// Whether the camera has custom mode `mode`. Mode 0 is the whole sensor and always there; the others
 /// are the camera's own video modes, or for mode 1 pixels binned two by two.
 Error QueryMode(OpenDevice& device, ImagingMode mode, bool& bSupported);
+/// The mode that the camera is in; 0 when it is none of ours.
+Error ReadMode(OpenDevice& device, ImagingMode& mode);
 /// @return NotSupported.
 Error SetMode(OpenDevice& device, ImagingMode mode);
 

@@ -1,5 +1,7 @@
 #include "platform/genicam/open_device.h"
 
+#include "platform/genicam/image_settings.h"
+
 #include <arpa/inet.h>
 
 namespace vireo {
@@ -63,6 +65,18 @@ void ReadInfo(OpenDevice& device, const DeviceRecord& record)
         info.sensorResolution = std::to_string(iWidth) + "x" + std::to_string(iHeight);
 }
 
+/// Whoever had the camera before may have been killed: it would send on, and keep its image as it is.
+Error StopLeftRunning(OpenDevice& device)
+{
+    Features& features = *device.features;
+    GErrorSlot slot;
+    arv_camera_stop_acquisition(device.camera.get(), slot.Out());
+    Error error = features.Translate(slot.Get(), "stop of the acquisition", ErrorType::TransportFailed);
+    if (!(error == ErrorType::Disconnected) && features.Has(Feature::TransferLocked))
+        error = features.SetInteger(Feature::TransferLocked, 0);
+    return error == ErrorType::Disconnected ? error : Error(); // one that refuses had nothing to stop
+}
+
 } // namespace
 
 OpenDevice::~OpenDevice()
@@ -96,6 +110,10 @@ Error OpenCamera(const DeviceRecord& record, OpenDevice& device)
             return mute;
     device.ulLostHandler =
         g_signal_connect(device.Device(), "control-lost", G_CALLBACK(OnControlLost), device.link.get());
+    if (const Error mute = StopLeftRunning(device); !mute.IsOk())
+        return mute;
+    if (const Error unread = ReadMode(device, device.remembered.mode); unread == ErrorType::Disconnected)
+        return unread;
     ReadInfo(device, record);
     return {};
 }

@@ -83,6 +83,7 @@ public:
     {
         InitTables();
         if (setup.bSending) {
+            m_camera.Write(feature::TLParamsLocked, 1);
             m_camera.Write(feature::AcquisitionStart, 1);
             Put<std::uint32_t>(m_streamTable, kStreamControl, 1);
         }
