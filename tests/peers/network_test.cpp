@@ -33,6 +33,7 @@ void TellUsb(const char* strFunction, unsigned int uiCamera, int iValue)
 void PlugUsb(unsigned int uiCamera, bool bIn) { TellUsb("TesselUsbPlug", uiCamera, bIn ? 1 : 0); }
 void TearUsb(unsigned int uiCamera, int iFrames) { TellUsb("TesselUsbTear", uiCamera, iFrames); }
 void ClaimUsb(unsigned int uiCamera, bool bElsewhere) { TellUsb("TesselUsbClaim", uiCamera, bElsewhere ? 1 : 0); }
+void MuteUsb(unsigned int uiCamera, bool bMute) { TellUsb("TesselUsbMute", uiCamera, bMute ? 1 : 0); }
 void HangUsb(unsigned int uiCamera, bool bHung) { TellUsb("TesselUsbHang", uiCamera, bHung ? 1 : 0); }
 
 void NetworkTest::SetUp()

@@ -33,7 +33,11 @@ protected:
         peers::PlugUsb(m_uiCable, true);
         m_library = m_pMake(m_clock, m_log);
     }
-    void TearDown() override { peers::HangUsb(m_uiCable, false); }
+    void TearDown() override
+    {
+        peers::HangUsb(m_uiCable, false);
+        peers::MuteUsb(m_uiCable, false);
+    }
 
     PGRGuid Find()
     {

@@ -305,28 +305,36 @@ Error IidcCamera::RetrieveBuffer(Image& image)
     const auto session = Session();
     if (!session)
         return ErrorType::NotConnected;
-    if (session->IsGone())
-        return session->Gone();
     if (!m_bCapturing)
-        return ErrorType::NothingToDeliver;
+        return session->IsGone() ? session->Gone() : Error(ErrorType::NothingToDeliver);
     // The capture stays while m_csRetrieve is held; registers may be used meanwhile.
     IidcCapture& capture = session->Capture();
     const ClockTime begin = m_clock.Now();
-    IidcCapture::Found eFound = capture.Take(session->Device(), m_manner, begin);
-    while (eFound == IidcCapture::Found::Silent && session->Answers())
-        eFound = capture.Take(session->Device(), m_manner, begin);
-    if (eFound == IidcCapture::Found::Cancelled)
-        return ErrorType::NothingToDeliver;
-    if (eFound == IidcCapture::Found::Frame) {
-        const ImageView& shape = capture.Shape();
-        image = Image(
-            shape.uiRows, shape.uiCols, shape.uiStride, shape.pData, shape.uiDataSize, shape.eFormat, shape.eBayer);
-        image.SetArrivalTime(capture.Arrival());
-        return {};
+    for (;;) {
+        const bool bGone = session->IsGone();
+        const IidcCapture::Found eFound = capture.Take(session->Device(), m_manner, begin);
+        if (eFound == IidcCapture::Found::Cancelled)
+            return ErrorType::NothingToDeliver;
+        if (eFound == IidcCapture::Found::Frame)
+            break; // what arrived before the camera went is still good
+        if (bGone) {
+            capture.ForgetBroken();
+            if (eFound == IidcCapture::Found::Broken)
+                continue;
+            return session->Gone();
+        }
+        session->Watch();
+        if (eFound == IidcCapture::Found::Broken)
+            return ErrorType::NothingToDeliver;
+        if (eFound == IidcCapture::Found::Timeout)
+            return ErrorType::Timeout;
     }
-    if (!session->Answers())
-        return session->Gone();
-    return eFound == IidcCapture::Found::Broken ? ErrorType::NothingToDeliver : ErrorType::Timeout;
+    session->Heard(capture.Arrival());
+    const ImageView& shape = capture.Shape();
+    image =
+        Image(shape.uiRows, shape.uiCols, shape.uiStride, shape.pData, shape.uiDataSize, shape.eFormat, shape.eBayer);
+    image.SetArrivalTime(capture.Arrival());
+    return {};
 }
 
 StreamStatistics IidcCamera::GetStreamStatistics() const

@@ -43,6 +43,7 @@ Error IidcCapture::Open(IidcDevice& device, std::uint32_t uiBuffers)
     std::uint64_t uiCount = 0;
     (void)!read(m_iWake, &uiCount, sizeof uiCount); // forgets the cancels of the run before
     m_uiIncomplete = 0;
+    m_uiBrokenInARow = 0;
     m_bCancelled = false;
     return {};
 }
@@ -88,6 +89,10 @@ IidcCapture::Found IidcCapture::Wait(int iFrames, ClockTime deadline)
 /// A broken frame comes with an error, but it comes, and takes a place in the ring until it is given back.
 bool IidcCapture::Dequeue(IidcDevice& device)
 {
+    // A gone camera's buffers are not given back; the driver would take the first of them for a new frame and wait.
+    pollfd frames { dc1394_capture_get_fileno(device.Get()), POLLIN, 0 };
+    if (device.IsGone() && poll(&frames, 1, 0) <= 0)
+        return false;
     dc1394video_frame_t* pFrame = nullptr;
     dc1394_capture_dequeue(device.Get(), DC1394_CAPTURE_POLICY_POLL, &pFrame);
     if (pFrame == nullptr)
@@ -99,7 +104,8 @@ bool IidcCapture::Dequeue(IidcDevice& device)
 
 void IidcCapture::Return(IidcDevice& device)
 {
-    if (m_pFrame != nullptr)
+    // The driver gives nothing any more once a gone camera's buffer was given back to it.
+    if (m_pFrame != nullptr && !device.IsGone())
         dc1394_capture_enqueue(device.Get(), m_pFrame);
     m_pFrame = nullptr;
 }
@@ -109,6 +115,8 @@ IidcCapture::Found IidcCapture::Fetch(IidcDevice& device, const Manner& manner, 
     if (m_bCancelled)
         return Found::Cancelled; // also when frames wait
     while (!Dequeue(device)) {
+        if (device.IsGone())
+            return Found::Silent;
         const int iTimeoutMs = manner.iTimeoutMs;
         const ClockTime deadline = iTimeoutMs < 0 ? kForever : begin + iTimeoutMs * kNsPerMs;
         const Found eFound = Wait(dc1394_capture_get_fileno(device.Get()), deadline);
@@ -137,9 +145,11 @@ IidcCapture::Found IidcCapture::Take(IidcDevice& device, const Manner& manner, C
     if (dc1394_capture_is_frame_corrupt(device.Get(), m_pFrame) != DC1394_FALSE
         || m_pFrame->total_bytes < m_shape.uiDataSize) {
         m_uiIncomplete++;
+        m_uiBrokenInARow++;
         Return(device);
         return Found::Broken;
     }
+    m_uiBrokenInARow = 0;
     m_shape.pData = m_pFrame->image;
     const std::int64_t age =
         std::max<std::int64_t>(WallMicroseconds() - static_cast<std::int64_t>(m_pFrame->timestamp), 0);

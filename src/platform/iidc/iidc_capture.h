@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <utility>
 
 namespace vireo {
 
@@ -35,7 +36,7 @@ public:
     enum class Found { Frame, Broken, Timeout, Cancelled, Silent };
     /// Takes the next frame, or the newest. The one before goes back to the driver. The wait counts from
     /// `begin`. Touches no register, since other threads may use them meanwhile: Silent asks the caller to see
-    /// whether the camera is still there, and to come again.
+    /// whether the camera is still there, and to come again. Nobody waits for a camera that is gone.
     Found Take(IidcDevice& device, const Manner& manner, ClockTime begin);
     /// Gives the frame before back.
     void Return(IidcDevice& device);
@@ -44,6 +45,8 @@ public:
     const ImageView& Shape() const { return m_shape; }
     ClockTime Arrival() const { return m_arrival; }
     std::uint64_t Incomplete() const { return m_uiIncomplete; }
+    /// The last ones in a row were no frames: the camera was gone.
+    void ForgetBroken() { m_uiIncomplete -= std::exchange(m_uiBrokenInARow, 0U); }
 
 private:
     Found Wait(int iFrames, ClockTime deadline);
@@ -57,6 +60,7 @@ private:
     dc1394video_frame_t* m_pFrame = nullptr;
     ClockTime m_arrival = 0;
     std::atomic<std::uint64_t> m_uiIncomplete = 0;
+    std::uint64_t m_uiBrokenInARow = 0; ///< the last ones
 };
 
 } // namespace vireo

@@ -69,9 +69,10 @@ ErrorType TypeOf(dc1394error_t eCode, ErrorType eOther)
 
 } // namespace
 
-IidcDevice::IidcDevice(Dc1394Camera camera, std::string strName)
+IidcDevice::IidcDevice(Dc1394Camera camera, std::string strName, std::shared_ptr<Presence> presence)
     : m_camera(std::move(camera))
     , m_strName(std::move(strName))
+    , m_presence(std::move(presence))
 {
 }
 
@@ -82,19 +83,27 @@ Error IidcDevice::Fail(ErrorType eType, std::string_view strText) const
 
 bool IidcDevice::Answers()
 {
+    if (IsGone())
+        return false;
     std::uint32_t uiValue = 0;
-    if (!m_bGone && dc1394_get_control_register(Get(), kInquiryRegister, &uiValue) != DC1394_SUCCESS)
-        m_bGone = true;
-    return !m_bGone;
+    if (dc1394_get_control_register(Get(), kInquiryRegister, &uiValue) == DC1394_SUCCESS)
+        return true;
+    m_presence->SetUnanswered();
+    return false;
+}
+
+Error IidcDevice::IfThere(Error error)
+{
+    if (Answers())
+        return error;
+    return IsGone() ? Gone() : Fail(ErrorType::TransportFailed, "it did not answer in time");
 }
 
 Error IidcDevice::Translate(dc1394error_t eCode, std::string_view strWhat, ErrorType eOther)
 {
     if (eCode == DC1394_SUCCESS)
         return {};
-    if (!Answers())
-        return Gone();
-    return Fail(TypeOf(eCode, eOther), std::string(strWhat) + ": " + dc1394_error_get_string(eCode));
+    return IfThere(Fail(TypeOf(eCode, eOther), std::string(strWhat) + ": " + dc1394_error_get_string(eCode)));
 }
 
 Error IidcDevice::ReadControl(std::uint32_t uiAddress, std::uint32_t& uiValue)

@@ -1,9 +1,9 @@
 #pragma once
 #include "platform/camera_types.h"
+#include "platform/device/presence.h"
 #include "platform/error.h"
 #include "platform/iidc/dc1394_ptr.h"
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -23,19 +23,20 @@ struct IidcRecord {
 /// locked: the owner serialises.
 class IidcDevice {
 public:
-    IidcDevice(Dc1394Camera camera, std::string strName);
+    IidcDevice(Dc1394Camera camera, std::string strName, std::shared_ptr<Presence> presence);
 
     dc1394camera_t* Get() const { return m_camera.get(); }
-    bool IsGone() const { return m_bGone; }
-    void SetGone() { m_bGone = true; } ///< any thread; final
+    bool IsGone() const { return m_presence->IsGone(); }
     Error Gone() const { return Fail(ErrorType::Disconnected, "it does not answer"); }
 
     /// The type that stands for a driver's code. A failure makes this look whether the camera is still
-    /// there, and if not it is gone for good.
+    /// there; if not, and no frame came a moment ago, it is gone for good.
     Error Translate(dc1394error_t eCode, std::string_view strWhat, ErrorType eOther);
     Error Fail(ErrorType eType, std::string_view strText) const;
     /// Reads a register that every camera has; false when nobody answers.
     bool Answers();
+    /// `error` when the camera answers, else that it does not.
+    Error IfThere(Error error);
 
     Error ReadControl(std::uint32_t uiAddress, std::uint32_t& uiValue);
     Error WriteControl(std::uint32_t uiAddress, std::uint32_t uiValue);
@@ -73,7 +74,7 @@ private:
 
     Dc1394Camera m_camera;
     std::string m_strName;
-    std::atomic<bool> m_bGone = false;
+    std::shared_ptr<Presence> m_presence;
     float m_fAskedRate = 0.0F; ///< fps that was asked for, which the image size may not have allowed then
 };
 

@@ -43,7 +43,7 @@ Error IidcDevice::SetStandardMode(FrameRateCode eRate)
 {
     const bool b30 = eRate == FrameRateCode::Fps30;
     if ((!b30 && eRate != FrameRateCode::Fps60) || !HasMode(Get(), DC1394_VIDEO_MODE_640x480_MONO8))
-        return Answers() ? Fail(ErrorType::NotSupported, "no such video mode") : Gone();
+        return IfThere(Fail(ErrorType::NotSupported, "no such video mode"));
     if (Error error = Translate(
             dc1394_video_set_mode(Get(), DC1394_VIDEO_MODE_640x480_MONO8), "video mode", ErrorType::InvalidSettings);
         !error.IsOk())
@@ -58,8 +58,8 @@ Error IidcDevice::ReadFormat7Info(Format7Info& info, bool& bSupported)
     read.mode = info.mode;
     const dc1394video_mode_t eMode = ModeOf(info.mode);
     if (info.mode < 0 || info.mode >= kModes || !HasMode(Get(), eMode)) {
-        if (!Answers())
-            return Gone();
+        if (Error error = IfThere({}); !error.IsOk())
+            return error;
         info = read;
         bSupported = false;
         return {};
@@ -124,8 +124,9 @@ Error IidcDevice::Validate(
             && dc1394_format7_get_recommended_packet_size(Get(), eMode, &read.recommendedBytesPerPacket)
                 != DC1394_SUCCESS)
             read.recommendedBytesPerPacket = read.maxBytesPerPacket;
-        if (eCode != DC1394_SUCCESS && !Answers())
-            return Gone();
+        if (eCode != DC1394_SUCCESS)
+            if (Error error = IfThere({}); !error.IsOk())
+                return error;
         bGood = eCode == DC1394_SUCCESS;
     }
     if (read.recommendedBytesPerPacket == 0)

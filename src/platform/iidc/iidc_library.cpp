@@ -80,7 +80,7 @@ bool IidcLibrary::Identify(const dc1394camera_id_t& id, IidcRecord& record)
     Dc1394Camera camera(dc1394_camera_new_unit(m_context.get(), id.guid, id.unit));
     if (!camera)
         return false;
-    IidcDevice device(std::move(camera), "camera");
+    IidcDevice device(std::move(camera), "camera", std::make_shared<Presence>(m_clock));
     record.uiDc1394Guid = id.guid;
     record.uiUnit = id.unit;
     record.info = ReadIidcInfo(device, id.guid);

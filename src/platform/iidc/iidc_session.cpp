@@ -8,7 +8,7 @@ namespace vireo {
 
 namespace {
 
-constexpr ClockTime kOpenLimit = 5 * kNsPerSecond; ///< some dozen registers
+constexpr ClockTime kOpenLimit = 4 * kNsPerSecond; ///< some dozen registers
 
 /// Everybody may use the registers of a camera on a USB cable, but one program alone has its frames. The driver
 /// asks for them with a capture only; that would be after the other program's settings were overwritten.
@@ -34,14 +34,15 @@ void SetSpeed(dc1394camera_t* pCamera)
     }
 }
 
-Error OpenInside(IidcSession::Inside& inside, const IidcRecord& record, const std::string& strName)
+Error OpenInside(IidcSession::Inside& inside, const IidcRecord& record, const std::string& strName,
+    const std::shared_ptr<Presence>& presence)
 {
     Dc1394Camera camera(dc1394_camera_new_unit(inside.context.get(), record.uiDc1394Guid, record.uiUnit));
     if (!camera)
         return { ErrorType::NotFound, strName + ": cannot be opened" };
     if (IsTaken(camera.get()))
         return { ErrorType::AccessDenied, strName + ": another program controls it" };
-    inside.device = std::make_unique<IidcDevice>(std::move(camera), strName);
+    inside.device = std::make_unique<IidcDevice>(std::move(camera), strName, presence);
     dc1394camera_t* pCamera = inside.device->Get();
     // A program that was killed leaves its camera sending: what it exposed for that one is nobody's frame here, and
     // the image cannot change meanwhile.
@@ -55,7 +56,9 @@ Error OpenInside(IidcSession::Inside& inside, const IidcRecord& record, const st
 IidcSession::IidcSession(Clock& clock, const IidcRecord& record, std::shared_ptr<SharedGrace> grace)
     : m_clock(clock)
     , m_record(record)
+    , m_strName("camera " + std::to_string(record.info.serialNumber))
     , m_grace(std::move(grace))
+    , m_presence(std::make_shared<Presence>(clock))
     , m_inside(std::make_shared<Inside>(clock))
     , m_worker(clock)
 {
@@ -63,7 +66,8 @@ IidcSession::IidcSession(Clock& clock, const IidcRecord& record, std::shared_ptr
 
 IidcSession::~IidcSession()
 {
-    const bool bGone = m_inside->device == nullptr || m_inside->device->IsGone();
+    m_presence->Detach();
+    const bool bGone = !m_bOpen || IsGone();
     m_worker.Post([inside = m_inside] {
         if (inside->device)
             inside->capture.Close(*inside->device);
@@ -79,11 +83,13 @@ IidcSession::~IidcSession()
 
 Error IidcSession::Open(const Dc1394Context& context)
 {
-    const std::string strName = "camera " + std::to_string(m_record.info.serialNumber);
     m_inside->context = context;
-    const std::optional<Error> error = m_worker.Call(
-        [inside = m_inside, record = m_record, strName] { return OpenInside(*inside, record, strName); }, kOpenLimit);
-    return error ? *error : Error(ErrorType::NotFound, strName + ": it does not answer");
+    const std::optional<Error> error =
+        m_worker.Call([inside = m_inside, record = m_record, strName = m_strName,
+                          presence = m_presence] { return OpenInside(*inside, record, strName, presence); },
+            kOpenLimit);
+    m_bOpen = error && error->IsOk();
+    return error ? *error : Error(ErrorType::NotFound, m_strName + ": it does not answer");
 }
 
 Error IidcSession::Do(const Job& job)
@@ -94,8 +100,8 @@ Error IidcSession::Do(const Job& job)
         m_question->Patience(m_clock.Now(), OpenQuestion::kAnswerLimit));
     if (result)
         return *result;
-    m_inside->device->SetGone();
-    return Gone();
+    m_presence->SetUnanswered();
+    return IsGone() ? Gone() : Error(ErrorType::TransportFailed, m_strName + ": it did not answer in time");
 }
 
 void IidcSession::Later(const Job& job)
@@ -113,9 +119,14 @@ void IidcSession::Ask()
     });
 }
 
-bool IidcSession::Answers()
+void IidcSession::Watch()
 {
-    return Do([](Inside& inside) { return inside.device->Answers() ? Error() : inside.device->Gone(); }).IsOk();
+    if (IsGone() || m_presence->IsHeard())
+        return;
+    if (m_question->IsOverdue(m_clock.Now()))
+        m_presence->SetGone();
+    else
+        Ask();
 }
 
 } // namespace vireo

@@ -2,6 +2,7 @@
 #include "platform/clock.h"
 #include "platform/device/device_worker.h"
 #include "platform/device/open_question.h"
+#include "platform/device/presence.h"
 #include "platform/device/shared_grace.h"
 #include "platform/iidc/dc1394_ptr.h"
 #include "platform/iidc/iidc_capture.h"
@@ -9,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace vireo {
 
@@ -35,17 +37,20 @@ public:
         IidcCapture capture;
     };
     using Job = std::function<Error(Inside&)>;
-    /// Runs `job` on the thread. Disconnected when the camera is gone or does not answer in time.
+    /// Runs `job` on the thread. Disconnected when the camera is gone, or does not answer in time and no frame came a
+    /// moment ago; TransportFailed when one did.
     Error Do(const Job& job);
     /// Runs `job` some time later; its result is of no interest.
     void Later(const Job& job);
     /// Asks the camera whether it is still there, without waiting for it. Any thread.
     void Ask();
-    /// The same, and waits. Grab thread.
-    bool Answers();
+    /// A camera that is silent is asked, and given up when it owes an answer for too long. Grab thread.
+    void Watch();
+    /// A whole frame arrived then. Grab thread.
+    void Heard(ClockTime at) { m_presence->Heard(at); }
 
-    bool IsGone() const { return m_inside->device->IsGone(); }
-    Error Gone() const { return m_inside->device->Gone(); }
+    bool IsGone() const { return m_presence->IsGone(); }
+    Error Gone() const { return { ErrorType::Disconnected, m_strName + ": it does not answer" }; }
     const IidcRecord& Record() const { return m_record; }
     /// For the grab thread, while the camera captures.
     IidcDevice& Device() { return *m_inside->device; }
@@ -54,8 +59,11 @@ public:
 private:
     Clock& m_clock;
     const IidcRecord m_record;
+    const std::string m_strName;
     std::shared_ptr<SharedGrace> m_grace;
+    std::shared_ptr<Presence> m_presence;
     std::shared_ptr<Inside> m_inside;
+    bool m_bOpen = false; ///< before, `m_inside` is the thread's alone
     std::shared_ptr<OpenQuestion> m_question = std::make_shared<OpenQuestion>();
     DeviceWorker m_worker;
 };

@@ -109,8 +109,9 @@ Error IidcDevice::ReadStrobeInfo(StrobeInfo& info)
     std::uint32_t uiInquiry = 0;
     std::uint64_t uiControl = 0;
     const bool bPresent = StrobePresent(info.source, uiInquiry, uiControl);
-    if (!bPresent && !Answers())
-        return Gone();
+    if (!bPresent)
+        if (Error error = IfThere({}); !error.IsOk())
+            return error;
     info.present = bPresent;
     info.onOffSupported = (uiInquiry & kStrobeSwitchable) != 0;
     return {};
@@ -122,8 +123,7 @@ Error IidcDevice::ReadStrobe(StrobeControl& control)
     std::uint64_t uiControl = 0;
     std::uint32_t uiValue = 0;
     if (!StrobePresent(control.source, uiInquiry, uiControl))
-        return Answers() ? Fail(ErrorType::NotSupported, "no strobe on line " + std::to_string(control.source))
-                         : Gone();
+        return IfThere(Fail(ErrorType::NotSupported, "no strobe on line " + std::to_string(control.source)));
     if (Error error = Translate(dc1394_get_register(Get(), uiControl, &uiValue), "strobe", ErrorType::RegisterFailed);
         !error.IsOk())
         return error;
@@ -139,8 +139,7 @@ Error IidcDevice::WriteStrobe(const StrobeControl& control)
     std::uint32_t uiInquiry = 0;
     std::uint64_t uiControl = 0;
     if (!StrobePresent(control.source, uiInquiry, uiControl))
-        return Answers() ? Fail(ErrorType::NotSupported, "no strobe on line " + std::to_string(control.source))
-                         : Gone();
+        return IfThere(Fail(ErrorType::NotSupported, "no strobe on line " + std::to_string(control.source)));
     const std::uint32_t uiValue = kPresent | (control.onOff ? kOn : 0U) | (control.polarity != 0 ? kRising : 0U)
         | StrobeTicks(control.delay) << 12 | StrobeTicks(control.duration);
     return Translate(dc1394_set_register(Get(), uiControl, uiValue), "strobe", ErrorType::RegisterFailed);

@@ -224,6 +224,7 @@ void TesselUsbPlug(unsigned int uiCamera, int iIn) { Plugged().at(uiCamera)->Set
 void TesselUsbTear(unsigned int uiCamera, int iFrames) { Plugged().at(uiCamera)->Tear(iFrames); }
 void TesselUsbClaim(unsigned int uiCamera, int iElsewhere) { Plugged().at(uiCamera)->SetClaimed(iElsewhere != 0); }
 
+void TesselUsbMute(unsigned int uiCamera, int iMute) { Plugged().at(uiCamera)->SetMute(iMute != 0); }
 void TesselUsbHang(unsigned int uiCamera, int iHung) { Plugged().at(uiCamera)->SetHung(iHung != 0); }
 
 int libusb_init(libusb_context** ppContext)
@@ -322,10 +323,12 @@ int libusb_hotplug_register_callback(
 void libusb_hotplug_deregister_callback(libusb_context*, libusb_hotplug_callback_handle) { }
 
 int libusb_control_transfer(libusb_device_handle* pHandle, std::uint8_t uiType, std::uint8_t, std::uint16_t uiValue,
-    std::uint16_t uiIndex, unsigned char* pData, std::uint16_t uiLength, unsigned int)
+    std::uint16_t uiIndex, unsigned char* pData, std::uint16_t uiLength, unsigned int uiTimeoutMs)
 {
     UsbDevice& device = *pHandle->pDevice->pDevice;
     device.WaitWhileHung();
+    if (device.WaitWhileMute(uiTimeoutMs))
+        return LIBUSB_ERROR_TIMEOUT;
     if (pHandle->IsDead())
         return LIBUSB_ERROR_NO_DEVICE;
     return device.Control(uiType, static_cast<std::uint32_t>(uiIndex) << 16 | uiValue, pData, uiLength);

@@ -57,6 +57,23 @@ public:
     }
     bool IsHung() const { return m_bHung; }
     void WaitWhileHung() const { m_bHung.wait(true); }
+    /// It answers no request; its frames flow.
+    void SetMute(bool bMute)
+    {
+        std::lock_guard lock(m_bus.Mutex());
+        m_bMute = bMute;
+        m_bus.Wake();
+    }
+    /// False when it answers. Else returns after `iTimeoutMs`, or when it has found its voice again.
+    bool WaitWhileMute(unsigned int uiTimeoutMs)
+    {
+        std::unique_lock lock(m_bus.Mutex());
+        const bool bMute = m_bMute;
+        const std::int64_t deadline = UsbNow() + std::int64_t { uiTimeoutMs } * 1'000'000;
+        while (m_bMute && UsbNow() < deadline)
+            m_bus.Wait(lock, deadline);
+        return bMute;
+    }
     void Tear(int iFrames) { m_iTear = iFrames; }
     void SetClaimed(bool bClaimed) { m_bClaimed = bClaimed; }
     bool IsClaimed() const { return m_bClaimed; }
@@ -97,6 +114,7 @@ private:
     std::atomic<bool> m_bGone = false;
     std::atomic<unsigned int> m_uiPlugs = 0;
     std::atomic<bool> m_bHung = false;
+    bool m_bMute = false;
     std::atomic<bool> m_bClaimed = false; ///< by another program
     std::atomic<int> m_iTear = 0; ///< frames that are to come in pieces
 };

@@ -1,6 +1,7 @@
 #include "platform/iidc/iidc_library.h"
 #include "usb_fixture.h"
 
+#include <atomic>
 #include <bit>
 
 namespace vireo {
@@ -87,6 +88,92 @@ TEST_F(IidcCameraTest, ACameraThatHoldsOnToEveryRequestHoldsNobodyUp)
     peers::HangUsb(1, false);
     rest.wait();
     Check(camera->Connect(Find())); // what was left in the background has let go of it
+}
+
+TEST_F(IidcCameraTest, ARequestWithoutAnAnswerEndsNoStreamThatFlows)
+{
+    const auto camera = Open();
+    Configure(*camera, 100.0F);
+    Check(camera->StartCapture());
+    std::atomic<bool> bEnough = false;
+    auto grab = std::async(std::launch::async, [&] {
+        std::uint32_t uiLast = 0;
+        for (int i = 0; !bEnough; i++) {
+            Image image;
+            Check(camera->RetrieveBuffer(image));
+            const auto code = ReadBarCode(image);
+            ASSERT_TRUE(code && (i == 0 || *code - uiLast == 10000U)) << "frame " << i;
+            uiLast = *code;
+        }
+    });
+    peers::MuteUsb(1, true);
+    std::uint32_t uiValue = 0;
+    const Error error = camera->ReadRegister(0x0968, uiValue);
+    EXPECT_EQ(error, ErrorType::TransportFailed);
+    EXPECT_EQ(error.GetDescription(), "camera 17000042: it did not answer in time");
+    peers::MuteUsb(1, false);
+    Check(camera->ReadRegister(0x0968, uiValue));
+    bEnough = true;
+    grab.wait();
+    Check(camera->StopCapture());
+}
+
+TEST_F(IidcCameraTest, ACameraThatNeitherAnswersNorSendsIsGivenUp)
+{
+    const auto camera = Open();
+    Configure(*camera, 100.0F, -1);
+    Check(camera->SetTriggerMode({ true, 1, 2, 0, 0 }));
+    Check(camera->StartCapture());
+    peers::MuteUsb(1, true);
+    auto grab = std::async(std::launch::async, [&] {
+        Image image;
+        EXPECT_EQ(camera->RetrieveBuffer(image), ErrorType::Disconnected);
+    });
+    EXPECT_TRUE(grab.wait_for(kNoLonger) == std::future_status::ready);
+    peers::MuteUsb(1, false);
+    grab.wait();
+    peers::PlugUsb(1, false); // the trigger goes with the power
+}
+
+TEST_F(IidcCameraTest, FramesThatArrivedBeforeTheCameraWentAreStillDelivered)
+{
+    const auto camera = Open();
+    Configure(*camera, 100.0F);
+    Check(camera->StartCapture());
+    Image image;
+    Check(camera->RetrieveBuffer(image));
+    std::uint32_t uiLast = *ReadBarCode(image);
+    m_clock.SleepUntil(image.GetArrivalTime() + 200 * kNsPerMs); // some twenty frames come meanwhile
+    peers::PlugUsb(1, false);
+    Error error = ErrorType::TransportFailed; // as long as the last frame is young
+    for (std::uint32_t uiValue = 0; error == ErrorType::TransportFailed;)
+        error = camera->ReadRegister(0x0968, uiValue);
+    EXPECT_EQ(error, ErrorType::Disconnected);
+    int iFrames = 0;
+    for (error = camera->RetrieveBuffer(image); error.IsOk(); error = camera->RetrieveBuffer(image)) {
+        EXPECT_EQ(*ReadBarCode(image) - uiLast, 10000U);
+        uiLast = *ReadBarCode(image);
+        iFrames++;
+    }
+    EXPECT_EQ(error, ErrorType::Disconnected);
+    EXPECT_GE(iFrames, 5);
+    EXPECT_EQ(camera->GetStreamStatistics().incomplete, 0U); // what the pulled plug broke off was none
+}
+
+TEST_F(IidcCameraTest, ACameraThatGoesSilentWhileItIsOpenedHoldsNobodyUp)
+{
+    const PGRGuid guid = Find();
+    const auto camera = m_library->CreateCamera(guid);
+    peers::HangUsb(1, true);
+    auto opening = std::async(std::launch::async, [&] {
+        const Error error = camera->Connect(guid);
+        EXPECT_EQ(error, ErrorType::NotFound);
+        EXPECT_EQ(error.GetDescription(), "camera 17000042: it does not answer");
+    });
+    EXPECT_TRUE(opening.wait_for(kNoLonger) == std::future_status::ready);
+    peers::HangUsb(1, false);
+    opening.wait();
+    Check(camera->Connect(Find()));
 }
 
 TEST_F(IidcCameraTest, PropertiesKeepTheCamerasUnits)
