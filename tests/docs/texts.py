@@ -142,6 +142,13 @@ def option_values(house):
         expected.append((man("en"), ", ".join(values[:-1]) + " or " + values[-1], "values"))
         expected.append((man("ja"), "、".join(values), "values"))
         expected.append((completion, f"'{' '.join(values)}'", "values"))
+    bounds = re.findall(r'"--(gain|seconds|timeout)",[^;]*?CLI::Range\((-?[\d.e]+), ([\d.e]+)\)', code)
+    if len(bounds) != 3:
+        return [], ["src/programs/record_options.cpp: the bounds of options are not where this check looks for them"]
+    for _, low, high in bounds:
+        low, high = (f"{float(bound):.10g}" for bound in (low, high))
+        expected.append((man("en"), f"{low} to {high}".replace("-", "\\-"), "bounds"))
+        expected.append((man("ja"), f"{low} から {high} まで", "bounds"))
     expected.append((man("en"), ", ".join(shutters), "values"))
     expected.append((man("ja"), "、".join(shutters), "values"))
     expected.append((completion, f"'open {' '.join(shutters)}'", "values"))
