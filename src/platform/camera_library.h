@@ -32,7 +32,7 @@ public:
     virtual ~CameraBase() = default;
 
     /// Opens the camera for this program alone.
-    /// @return NotFound, AccessDenied (another program controls it), AlreadyConnected.
+    /// @return NotFound, AccessDenied (another program controls it), AlreadyConnected, OutOfResources.
     virtual Error Connect(const PGRGuid& guid) = 0;
     /// Stops a running capture and closes the camera. NotConnected when it was not open.
     virtual Error Disconnect() = 0;

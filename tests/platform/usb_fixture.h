@@ -3,6 +3,7 @@
 #include "peers/network_test.h"
 #include "platform/time/real_clock.h"
 #include "support/bar_code.h"
+#include "support/no_thread_left.h"
 #include "support/recorded_log.h"
 
 #include <chrono>
@@ -134,6 +135,22 @@ protected:
         peers::ClaimUsb(m_uiCable, false);
         EXPECT_EQ(error, ErrorType::AccessDenied);
         EXPECT_EQ(error.GetDescription(), Name() + ": another program controls it");
+        EXPECT_FALSE(camera->IsConnected());
+        Check(camera->Connect(guid));
+    }
+
+    void WithoutAThreadACameraIsRefusedWithTheReason()
+    {
+        const PGRGuid guid = Find();
+        const auto camera = m_library->CreateCamera(guid);
+        ASSERT_NE(camera, nullptr);
+        Error error;
+        {
+            const test::NoThreadLeft none;
+            error = camera->Connect(guid);
+        }
+        EXPECT_EQ(error, ErrorType::OutOfResources);
+        EXPECT_EQ(error.GetDescription(), Name() + ": the system has no thread left for it");
         EXPECT_FALSE(camera->IsConnected());
         Check(camera->Connect(guid));
     }

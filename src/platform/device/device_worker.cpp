@@ -1,16 +1,23 @@
 #include "platform/device/device_worker.h"
 
+#include <system_error>
+
 namespace vireo {
 
 DeviceWorker::DeviceWorker(Clock& clock)
     : m_clock(clock)
     , m_queue(std::make_shared<Queue>())
-    , m_thread([queue = m_queue] { Run(queue); })
 {
+    try {
+        m_thread = std::thread([queue = m_queue] { Run(queue); });
+    } catch (const std::system_error&) { // HasThread tells
+    }
 }
 
 DeviceWorker::~DeviceWorker()
 {
+    if (!HasThread())
+        return;
     const bool bIdle = !m_bAbandoned && Call([] { return true; }, kGrace).has_value();
     {
         std::lock_guard lock(m_queue->m_mutex);
@@ -25,6 +32,8 @@ DeviceWorker::~DeviceWorker()
 
 void DeviceWorker::Post(std::function<void()> job)
 {
+    if (!HasThread())
+        return;
     {
         std::lock_guard lock(m_queue->m_mutex);
         m_queue->m_jobs.push_back(std::move(job));

@@ -17,6 +17,7 @@ namespace vireo {
 /// What a job touches must belong to it: it may still run when its caller has long gone.
 class DeviceWorker {
 public:
+    /// Throws nothing: see HasThread.
     explicit DeviceWorker(Clock& clock);
     /// Waits at most `kGrace` for the jobs that are left, unless abandoned; then they end by themselves.
     ~DeviceWorker();
@@ -24,6 +25,10 @@ public:
     DeviceWorker& operator=(const DeviceWorker&) = delete;
 
     static constexpr ClockTime kGrace = 2 * kNsPerSecond;
+    static constexpr const char* kNoThread = "the system has no thread left for it";
+
+    /// False when the system had none to give: no job is ever run then.
+    bool HasThread() const { return m_thread.joinable(); }
 
     /// Puts a job into the queue and returns.
     void Post(std::function<void()> job);
@@ -31,10 +36,13 @@ public:
     /// The device is dead: nobody waits for it at the end.
     void Abandon() { m_bAbandoned = true; }
 
-    /// Runs `job` on the thread and returns its result; nothing when it takes longer than `limit`.
+    /// Runs `job` on the thread and returns its result; nothing when it takes longer than `limit`, and at once when
+    /// there is no thread.
     template <typename Job> auto Call(Job job, ClockTime limit) -> std::optional<decltype(job())>
     {
         using Result = decltype(job());
+        if (!HasThread())
+            return std::nullopt;
         auto ticket = std::make_shared<Ticket>(m_clock);
         auto result = std::make_shared<std::optional<Result>>();
         Post([job = std::move(job), ticket, result] {

@@ -132,6 +132,8 @@ Error GenicamDevice::Connect(const PGRGuid& guid)
     if (!m_findRecord(guid, record) || record.bGigE != m_bGigE)
         return ErrorType::NotFound;
     auto session = std::make_shared<DeviceSession>(m_clock, record.Name(), m_grace);
+    if (!session->HasThread())
+        return m_notes.Note({ ErrorType::OutOfResources, record.Name() + ": " + DeviceWorker::kNoThread });
     auto info = std::make_shared<CameraInfo>();
     const Error error = session->Do(
         [record, info](OpenDevice& device) {

@@ -34,6 +34,8 @@ public:
     /// Runs `job` some time later; its result is of no interest.
     void Later(const Job& job);
     Error Gone() const;
+    /// False when the system had no thread to give; the session is of no use then.
+    bool HasThread() const { return m_worker.HasThread(); }
     /// A frame came, or a run began. Grab thread, or while there is none.
     void Heard(ClockTime now);
     /// No frame came for a while: asks the camera whether it is still there, without waiting for it, and

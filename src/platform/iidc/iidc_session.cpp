@@ -83,6 +83,8 @@ IidcSession::~IidcSession()
 
 Error IidcSession::Open(const Dc1394Context& context)
 {
+    if (!m_worker.HasThread())
+        return { ErrorType::OutOfResources, m_strName + ": " + DeviceWorker::kNoThread };
     m_inside->context = context;
     const std::optional<Error> error =
         m_worker.Call([inside = m_inside, record = m_record, strName = m_strName,

@@ -23,7 +23,7 @@ public:
     IidcSession(const IidcSession&) = delete;
     IidcSession& operator=(const IidcSession&) = delete;
 
-    /// @return NotFound, AccessDenied: another program has its frames.
+    /// @return NotFound, OutOfResources, AccessDenied: another program has its frames.
     Error Open(const Dc1394Context& context);
 
     /// What the thread works on. A job that captures it may outlive the session.

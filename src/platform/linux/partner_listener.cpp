@@ -13,6 +13,7 @@
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <system_error>
 
 namespace vireo {
 
@@ -58,8 +59,7 @@ std::unique_ptr<SocketListener> SocketListener::Open(
     std::unique_ptr<SocketListener> listener(new SocketListener(std::move(handler), log));
     if (!listener->Bind(strFolder, strTitle, strError))
         return nullptr;
-    listener->Start();
-    return listener;
+    return listener->Start(strError) ? std::move(listener) : nullptr;
 }
 
 bool SocketListener::Bind(const std::string& strFolder, std::string_view strTitle, std::string& strError)
@@ -97,16 +97,23 @@ bool SocketListener::Bind(const std::string& strFolder, std::string_view strTitl
     return true;
 }
 
-void SocketListener::Start()
+bool SocketListener::Start(std::string& strError)
 {
+    bool bStarted = false;
     // Signals belong to the program's own threads.
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_BLOCK, &all, &before);
-    m_handlerThread = std::thread([this] { RunHandler(); });
-    m_peerThread = std::thread([this] { TalkToPeers(); });
+    try {
+        m_handlerThread = std::thread([this] { RunHandler(); });
+        m_peerThread = std::thread([this] { TalkToPeers(); });
+        bStarted = true;
+    } catch (const std::system_error& failure) {
+        strError = m_strTitle + ": no thread: " + failure.code().message();
+    }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return bStarted;
 }
 
 SocketListener::~SocketListener()

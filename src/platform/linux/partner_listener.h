@@ -27,7 +27,8 @@ class SocketListener : public PartnerListener {
 public:
     using Handler = std::function<void(const PartnerMessage&)>;
 
-    /// Null, with the reason in `strError`, when the title is in use or the socket cannot be made.
+    /// Null, with the reason in `strError`, when the title is in use, or the socket or the threads cannot be
+    /// made.
     static std::unique_ptr<SocketListener> Open(
         std::string_view strTitle, Handler handler, Log& log, std::string& strError);
     ~SocketListener() override;
@@ -53,7 +54,7 @@ private:
     {
     }
     bool Bind(const std::string& strFolder, std::string_view strTitle, std::string& strError);
-    void Start();
+    bool Start(std::string& strError);
     void RemoveFile();
 
     void RunHandler();

@@ -1,6 +1,7 @@
 #include "platform/device/device_worker.h"
 #include "platform/time/real_clock.h"
 #include "platform/time/virtual_clock.h"
+#include "support/no_thread_left.h"
 
 #include <atomic>
 #include <future>
@@ -45,6 +46,23 @@ TEST(DeviceWorker, ACallerDoesNotWaitForADeadDevice)
     EXPECT_EQ(clock.Now(), 2 * kNsPerSecond + DeviceWorker::kGrace);
     release->set_value();
     finished->get_future().wait(); // it ended its work all the same
+}
+
+TEST(DeviceWorker, WithoutAThreadNobodyWaitsAndNothingRuns)
+{
+    VirtualClock clock;
+    bool bRan = false;
+    {
+        const test::NoThreadLeft none;
+        DeviceWorker worker(clock);
+        EXPECT_FALSE(worker.HasThread());
+        worker.Post([&bRan] { bRan = true; });
+        EXPECT_FALSE(worker.Call([] { return 1; }, 2 * kNsPerSecond).has_value());
+    }
+    EXPECT_FALSE(bRan);
+    EXPECT_EQ(clock.Now(), 0);
+    DeviceWorker worker(clock);
+    EXPECT_TRUE(worker.HasThread());
 }
 
 TEST(DeviceWorker, WhatAJobHoldsIsLetGoOnItsThread)

@@ -55,6 +55,8 @@ TEST_F(UsbCameraTest, APulledPlugIsToldAndTheCameraIsUsableWhenItIsBack)
 
 TEST_F(UsbCameraTest, ACameraOfAnotherProgramIsDenied) { ACameraOfAnotherProgramIsDenied(); }
 
+TEST_F(UsbCameraTest, WithoutAThreadACameraIsRefusedWithTheReason) { WithoutAThreadACameraIsRefusedWithTheReason(); }
+
 } // namespace
 
 } // namespace vireo

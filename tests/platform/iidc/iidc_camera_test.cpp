@@ -247,6 +247,8 @@ TEST_F(IidcCameraTest, AStandardModeNeedsNoSettings)
 
 TEST_F(IidcCameraTest, ACameraOfAnotherProgramIsDenied) { ACameraOfAnotherProgramIsDenied(); }
 
+TEST_F(IidcCameraTest, WithoutAThreadACameraIsRefusedWithTheReason) { WithoutAThreadACameraIsRefusedWithTheReason(); }
+
 } // namespace
 
 } // namespace vireo

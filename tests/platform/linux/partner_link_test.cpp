@@ -1,5 +1,6 @@
 #include "partner_link_fixture.h"
 #include "platform/linux/socket_partner_link.h"
+#include "support/no_thread_left.h"
 
 #include <atomic>
 #include <csignal>
@@ -27,6 +28,20 @@ TEST_F(PartnerLinkTest, AWindowExistsWhileItListens)
     listener.reset();
     EXPECT_EQ(m_link.FindWindow("Tessel"), nullptr);
     EXPECT_FALSE(fs::exists(SocketFile()));
+}
+
+TEST_F(PartnerLinkTest, WithoutAThreadNobodyListensAndTheReasonIsTold)
+{
+    {
+        const test::NoThreadLeft none;
+        EXPECT_EQ(m_link.Listen("Tessel", m_inbox.Handler(), m_strError), nullptr);
+    }
+    EXPECT_THAT(m_strError, testing::StartsWith("Tessel: no thread: "));
+    EXPECT_FALSE(fs::exists(SocketFile()));
+    sigset_t blocked;
+    pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    EXPECT_EQ(sigismember(&blocked, SIGTERM), 0); // the program still hears its signals
+    EXPECT_NE(Listen(), nullptr);
 }
 
 TEST_F(PartnerLinkTest, TitlesOfAnyLengthAndScriptAreFound)
