@@ -42,7 +42,7 @@ std::string_view ErrorTypeName(ErrorType eType);
 class [[nodiscard]] Error {
 public:
     Error() = default;
-    Error(ErrorType eType) // NOLINT(google-explicit-constructor): `return ErrorType::Timeout;` is the usual exit
+    Error(ErrorType eType) // `return ErrorType::Timeout;` is the usual exit
         : m_eType(eType)
     {
     }

@@ -33,7 +33,7 @@ constexpr int kUsage = 2; ///< an environment that cannot be understood
 
 const char* Environment(const char* pName)
 {
-    const char* pValue = std::getenv(pName); // NOLINT(concurrency-mt-unsafe): no other thread runs yet
+    const char* pValue = std::getenv(pName); // no other thread runs yet
     return pValue != nullptr ? pValue : "";
 }
 

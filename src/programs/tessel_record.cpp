@@ -73,7 +73,7 @@ void CatchSignals()
 
 const char* Environment(const char* pName)
 {
-    const char* pValue = std::getenv(pName); // NOLINT(concurrency-mt-unsafe): nothing sets the environment
+    const char* pValue = std::getenv(pName); // nothing sets the environment
     return pValue != nullptr ? pValue : "";
 }
 
