@@ -168,7 +168,10 @@ CVireoView* Desktop::ActiveView() const
 bool Desktop::FilterKey(QWidget& receiver, int iKey)
 {
     CVireoView* pView = ActiveView();
-    if (pView == nullptr || qobject_cast<QMenuBar*>(&receiver) != nullptr || receiver.inherits("QLineEdit"))
+    if (pView == nullptr || qobject_cast<QMenuBar*>(&receiver) != nullptr)
+        return false;
+    // A key that an edit field has no use for comes to its parents next.
+    if (const QWidget* pFocus = m_frame->focusWidget(); pFocus != nullptr && pFocus->inherits("QLineEdit"))
         return false;
     return pView->FilterKey(iKey);
 }

@@ -220,6 +220,13 @@ TEST(DesktopProgram, RecordingIsStartedFromAViewAndJudged)
     ASSERT_TRUE(run.Start());
     run.Button(1005).click();
     ASSERT_TRUE(PumpUntil([&] { return run.IsLive() && run.Button(1028).isEnabled(); }));
+    {
+        QLineEdit edit(&run.m_desktop->Frame());
+        edit.show();
+        edit.setFocus();
+        EXPECT_FALSE(PressKey(edit, Qt::Key_F9)) << "who edits a text keeps the keys";
+        EXPECT_TRUE(run.Button(1028).isEnabled());
+    }
     EXPECT_TRUE(PressKey(*run.m_desktop->ViewOf(1), Qt::Key_F9));
     EXPECT_FALSE(run.Button(1028).isEnabled());
     ASSERT_TRUE(PumpUntil([&] { return run.IsRecorded(); }));
