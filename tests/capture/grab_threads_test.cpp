@@ -193,17 +193,18 @@ TEST(StopGrab, ALateThreadOfTheLastRunIsJoinedBeforeTheNext)
 TEST(StopGrab, ALateThreadIsJoinedBeforeItsCameraIsConfiguredAgain)
 {
     ScriptedCapture capture({ .uiCameras = 2 });
-    capture.Cam(1).m_hangsFrom = 3;
-    capture.Cam(1).m_bIgnoresStop = true;
+    capture.Cam(0).m_hangsFrom = 3;
+    capture.Cam(0).m_bIgnoresStop = true;
     capture.Start();
-    ASSERT_TRUE(capture.WaitFrames(1, 3));
+    ASSERT_TRUE(capture.WaitFrames(0, 2));
     TimeStop(capture);
     ClockThread later(capture.GetClock(), [&] {
         capture.GetClock().SleepMs(300);
-        capture.Cam(1).Release();
+        capture.Cam(0).Release();
     });
-    ConfigureCameras(capture.Doc());
-    EXPECT_EQ(capture.Cam(1).m_iModesWhileFetching, 0) << "it would have taken the next capture's first frame";
+    ConfigureCameras(capture.Doc()); // fails at a mode that this camera does not have
+    EXPECT_GT(capture.Cam(0).m_iModes, 0);
+    EXPECT_EQ(capture.Cam(0).m_iModesWhileFetching, 0) << "it would have taken the next capture's first frame";
 }
 
 TEST(StopGrab, TheFirstCameraErrorIsTracedAndTheOthersAreStoppedAllTheSame)

@@ -56,7 +56,8 @@ public:
     std::atomic<int> m_iStrobeOffs = 0; ///< SetStrobe calls that switch it off
     std::atomic<int> m_iStopsBeforeStrobeOff = 0; ///< StopCapture calls that came first
     ClockTime m_longestInHand = 0; ///< from a fetch's end to the next one's begin
-    std::atomic<int> m_iModesWhileFetching = 0; ///< calls that choose a picture mode while a fetch waits
+    std::atomic<int> m_iModes = 0; ///< calls that choose a picture mode
+    std::atomic<int> m_iModesWhileFetching = 0; ///< those that come while a fetch waits
 
     /// Changes the script while frames are fetched.
     void Rewrite(const std::function<void(ScriptedCamera&)>& change)
@@ -194,6 +195,7 @@ public:
 private:
     Error ChooseMode()
     {
+        ++m_iModes;
         m_iModesWhileFetching += m_bFetching ? 1 : 0;
         return {};
     }

@@ -1,6 +1,7 @@
 #include "display/affine_painter.h"
 
 #include <QColor>
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace vireo {
@@ -38,6 +39,20 @@ TEST(AffinePainter, KeepsACopyOfThePicture)
     }
     ASSERT_TRUE(painter.Draw({}));
     EXPECT_EQ(painter.Surface().pixelColor(5, 5).red(), 77);
+}
+
+TEST(AffinePainter, TakesRowsThatArePadded)
+{
+    std::uint8_t pixels[2][16];
+    std::fill_n(pixels[0], 8, std::uint8_t { 10 });
+    std::fill_n(pixels[0] + 8, 8, std::uint8_t { 99 }); // beside the picture
+    std::fill_n(pixels[1], 16, std::uint8_t { 20 });
+    AffinePainter painter;
+    painter.CreateDeviceResources({ 2, 2 });
+    ASSERT_TRUE(painter.UpdateBitmap(Image(2, 2, 16, pixels[0], 32, PixelFormat::Bgru, BayerTileFormat::None)));
+    ASSERT_TRUE(painter.Draw({}));
+    EXPECT_EQ(painter.Surface().pixelColor(1, 0).red(), 10);
+    EXPECT_EQ(painter.Surface().pixelColor(0, 1).red(), 20);
 }
 
 TEST(AffinePainter, FollowsTheViewsSize)

@@ -24,6 +24,7 @@ TEST(StoredRect, RefusesAbsurdRectangles)
         { "turned over", 800, 600, 0, 0 },
         { "no width", 5, 0, 5, 100 },
         { "wider than 32 bits", INT_MIN, 0, INT_MAX, 100 },
+        { "wider than a window can be", 0, 0, 40000, 100 },
         { "higher than a window can be", 0, 0, 100, 40000 },
     };
     for (const auto& row : rows) {
@@ -50,6 +51,7 @@ TEST(OnVisibleScreen, BringsBackWhatLiesOutside)
     EXPECT_EQ(OnVisibleScreen(QRect(5000, 5000, 800, 600), kTwoScreens), QRect(1120, 480, 800, 600));
     EXPECT_EQ(OnVisibleScreen(QRect(-790, 0, 800, 600), kTwoScreens), QRect(0, 0, 800, 600));
     EXPECT_EQ(OnVisibleScreen(QRect(0, -30, 800, 600), kTwoScreens), QRect(0, 0, 800, 600)) << "title above the screen";
+    EXPECT_EQ(OnVisibleScreen(QRect(0, -8, 800, 600), kTwoScreens), QRect(0, 0, 800, 600)) << "part of it above";
     EXPECT_EQ(OnVisibleScreen(QRect(9000, 9000, 9000, 9000), kTwoScreens), QRect(0, 0, 1920, 1080));
 }
 

@@ -137,6 +137,22 @@ TEST(VirtualClock, ADeadlineEndsAWaitThatNobodyNotifies)
     EXPECT_EQ(clock.Now(), 1000 * kNsPerMs);
 }
 
+TEST(VirtualClock, ThreadsThatAreReadyTogetherTakeTurnsInTheirOrder)
+{
+    VirtualClock clock(VirtualClock::Order::Sequential);
+    std::string strTrace; // no lock: one thread runs at a time
+    std::vector<ClockThread> threads;
+    for (char c = 'a'; c <= 'd'; ++c)
+        threads.emplace_back(clock, [&clock, &strTrace, c] {
+            for (int i = 0; i < 2; ++i) {
+                clock.SleepUntil((i + 1) * kNsPerMs);
+                strTrace += c;
+            }
+        });
+    threads.clear();
+    EXPECT_EQ(strTrace, "abcdabcd");
+}
+
 TEST(VirtualClock, RunsOfManyThreadsAreTheSameEachTime)
 {
     auto run = [] {
