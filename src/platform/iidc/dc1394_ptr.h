@@ -1,6 +1,5 @@
 #pragma once
 #include <dc1394/dc1394.h>
-#include <dc1394/linux/control.h>
 #include <memory>
 
 namespace vireo {

@@ -1,5 +1,6 @@
 #include "platform/iidc/iidc_device.h"
 
+#include "platform/iidc/firewire_card.h"
 #include "platform/range_message.h"
 
 #include <algorithm>
@@ -318,11 +319,11 @@ CameraInfo ReadIidcInfo(IidcDevice& device, std::uint64_t uiGuid)
     const char* strRoad = nullptr; // the driver's name of the way to the camera
     dc1394_camera_get_platform_string(pCamera, &strRoad);
     if (strRoad == nullptr || std::string_view(strRoad) != "usb") {
-        std::uint32_t uiPort = 0;
-        const bool bBus = dc1394_camera_get_linux_port(pCamera, &uiPort) == DC1394_SUCCESS;
         info.interfaceType = InterfaceType::Ieee1394;
-        // The bus hands its time to every camera on it; which bus it is must be known for that.
-        info.clockDomain = bBus ? kBusDomain | (uiPort & 0xFFFFU) : kOwnDomain | (info.serialNumber & 0x00FFFFFFU);
+        // The bus hands its time to every camera on it; which bus it is must be known for that. The driver does not
+        // tell: it answers for one of its two ways only, and for the other with whatever stands there.
+        const std::optional<std::uint32_t> card = FindFirewireCard(uiGuid);
+        info.clockDomain = card ? kBusDomain | (*card & 0xFFFFU) : kOwnDomain | (info.serialNumber & 0x00FFFFFFU);
         return info;
     }
     info.interfaceType = info.modelName.find("U3") != std::string::npos ? InterfaceType::Usb3 : InterfaceType::Usb2;
