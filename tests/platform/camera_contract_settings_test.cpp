@@ -97,8 +97,6 @@ TEST_P(CameraContract, ARateThatTheShutterForbidsComesWithTheShutterThatAllowsIt
 
 TEST_P(CameraContract, AShutterLongerThanThePeriodIsShortenedAndTheRateHolds)
 {
-    if (std::string(GetParam().strName) == "Iidc")
-        GTEST_SKIP() << "its camera slows down";
     Open();
     SetAbsolute(PropertyType::Shutter, 25.0F);
     Property property;

@@ -59,6 +59,12 @@ protected:
         m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
         return result;
     }
+    /// The next recording may have the same name.
+    void ClearFolder() const
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path()))
+            std::filesystem::remove(entry.path());
+    }
     std::string File(const std::string& strSuffix = "") const { return m_folder / ("take" + strSuffix + "-0000.avi"); }
     const json& Camera(std::size_t uiCamera) const { return m_report.at("cameras").at(uiCamera); }
     static bool Says(const std::string& strText, const std::string& strWord)
@@ -200,8 +206,7 @@ TEST_F(RecordRealCameras, TwoUsbCamerasShowTheSameMomentInEveryFrame)
         ASSERT_EQ(m_report.at("cameras").size(), 2U);
         ExpectWhole(File("-cam1"), 100, 200, 10000);
         EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
-        for (const char* pSuffix : { "-cam1", "-cam2" })
-            std::filesystem::remove(File(pSuffix));
+        ClearFolder();
     }
 }
 
@@ -215,8 +220,7 @@ TEST_F(RecordRealCameras, TheExternalTriggerStartsTwoUsbCameras)
         EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
         ExpectWhole(File("-cam1"), 100, 100, 20000);
         EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
-        for (const char* pSuffix : { "-cam1", "-cam2" })
-            std::filesystem::remove(File(pSuffix));
+        ClearFolder();
     }
 }
 
@@ -233,8 +237,41 @@ TEST_F(RecordRealCameras, UsbCamerasThatAKilledProgramLeftSendingAreConfiguredAn
         EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
         ExpectWhole(File("-cam1"), 200, 200, 5000);
         EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
-        for (const char* pSuffix : { "-cam1", "-cam2" })
-            std::filesystem::remove(File(pSuffix));
+        ClearFolder();
+    }
+}
+
+TEST_F(RecordRealCameras, AUsbCameraWhosePlugIsPulledInMidRecordingIsNamedAndNothingRecordedIsLost)
+{
+    const struct {
+        UsbPair usb;
+        std::size_t uiLost; ///< place of the one that is pulled
+        const char* pReason;
+    } kRows[] = {
+        { { "genicam", "u3v:GS3-U3-23S6M:17000001,u3v:GS3-U3-23S6M:17000002:unplug@200" }, 1,
+            "camera 17000002: control of the camera was lost" },
+        { { "genicam", "u3v:GS3-U3-23S6M:17000001:unplug@200,u3v:GS3-U3-23S6M:17000002" }, 0,
+            "camera 17000001: control of the camera was lost" },
+        { { "iidc", "iidc:GS3-U3-23S6C:17000042,iidc:GS3-U3-23S6C:17000043:unplug@200" }, 1,
+            "camera 17000043: it does not answer" },
+        { { "iidc", "iidc:GS3-U3-23S6C:17000042:unplug@200,iidc:GS3-U3-23S6C:17000043" }, 0,
+            "camera 17000042: it does not answer" },
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.usb.pCables);
+        const ToolResult result = RecordUsb(row.usb.pCables, row.usb.pSource, { "--fps", "100", "--seconds", "20" });
+        EXPECT_EQ(result.iExit, 1);
+        EXPECT_TRUE(Says(result.strErr, row.pReason)) << result.strErr;
+        EXPECT_TRUE(Says(m_report.at("error"), std::string(row.pReason).substr(0, 15))) << m_report.at("error");
+        const std::size_t uiFrames = m_report.at("frames");
+        EXPECT_GT(uiFrames, 50U);
+        EXPECT_LT(uiFrames, 201U);
+        for (std::size_t i = 0; i < 2; i++) {
+            const std::string strFile = File("-cam" + std::to_string(i + 1));
+            EXPECT_EQ(Camera(i).at("lost"), i == row.uiLost);
+            ExpectWhole(strFile, 100, uiFrames, 10000);
+        }
+        ClearFolder();
     }
 }
 
@@ -300,8 +337,8 @@ TEST_F(RecordRealCameras, ACameraThatAnotherProgramTakesInMidRecordingIsNamedAnd
             EXPECT_EQ(Camera(i).at("frames"), uiFrames);
             EXPECT_EQ(Camera(i).at("lost"), i == 1);
             EXPECT_EQ(FramesByFfprobe(strFile), "100/1," + std::to_string(uiFrames) + "\n");
-            std::filesystem::remove(strFile);
         }
+        ClearFolder();
     }
 }
 

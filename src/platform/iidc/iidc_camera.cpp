@@ -31,6 +31,7 @@ struct Format7Question {
 
 IidcCamera::IidcCamera(Clock& clock, Log& log, FindRecord findRecord, std::shared_ptr<SharedGrace> grace)
     : m_clock(clock)
+    , m_log(log)
     , m_notes(log)
     , m_findRecord(std::move(findRecord))
     , m_grace(std::move(grace))
@@ -240,10 +241,15 @@ Error IidcCamera::PrepareCapture()
         return ErrorType::AlreadyStarted;
     FC2Config config;
     (void)GetConfiguration(config);
-    Error error = session->Do([uiBuffers = config.numBuffers](IidcSession::Inside& inside) {
+    auto note = std::make_shared<std::string>();
+    Error error = session->Do([note, uiBuffers = config.numBuffers](IidcSession::Inside& inside) {
+        if (Error read = inside.device->ReadRateNote(*note); !read.IsOk())
+            return read;
         return inside.capture.Open(*inside.device, uiBuffers);
     });
     m_bCapturing = error.IsOk();
+    if (m_bCapturing && *note != std::exchange(m_strRateNote, *note) && !note->empty())
+        m_log.Write(*note);
     return m_notes.Note(error);
 }
 

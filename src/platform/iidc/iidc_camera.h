@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 
 namespace vireo {
 
@@ -66,6 +67,7 @@ private:
     }
 
     Clock& m_clock;
+    Log& m_log;
     FailureNotes m_notes;
     FindRecord m_findRecord;
     std::shared_ptr<SharedGrace> m_grace;
@@ -75,6 +77,7 @@ private:
     FC2Config m_config; ///< guarded by m_csSession
     IidcCapture::Manner m_manner; ///< what of it a fetch follows
     std::atomic<bool> m_bCapturing = false;
+    std::string m_strRateNote; ///< what the log was told last of the rate
 };
 
 } // namespace vireo

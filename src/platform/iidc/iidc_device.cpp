@@ -266,25 +266,21 @@ Error IidcDevice::WriteProperty(const Property& property)
         return Translate(dc1394_feature_whitebalance_set_value(Get(), property.valueB, property.valueA),
             "white balance", ErrorType::PropertyFailed);
     if (bAbsolute) {
+        const auto fValue = static_cast<float>(static_cast<double>(property.absValue) / row.dUnits);
         if (property.type == PropertyType::FrameRate)
-            m_fAskedRate = property.absValue;
-        if (Error error =
-                WriteAbsolute(row.eFeature, static_cast<float>(static_cast<double>(property.absValue) / row.dUnits));
-            !error.IsOk())
-            return error;
-        return property.type == PropertyType::Shutter ? ApplyRate() : Error();
+            m_fAskedRate = fValue;
+        else if (property.type == PropertyType::Shutter)
+            m_fAskedShutter = fValue;
+        else
+            return WriteAbsolute(row.eFeature, fValue);
+        // A rate or shutter that the camera is not held to is written all the same.
+        const bool bRate = property.type == PropertyType::FrameRate;
+        if (bRate && ReadHeldRate().fFps != m_fAskedRate)
+            return WriteAbsolute(row.eFeature, fValue);
+        return ApplyRate();
     }
     return Translate(
         dc1394_feature_set_value(Get(), row.eFeature, property.valueA), "property value", ErrorType::PropertyFailed);
-}
-
-Error IidcDevice::ApplyRate()
-{
-    dc1394feature_mode_t eMode = DC1394_FEATURE_MODE_AUTO;
-    if (m_fAskedRate <= 0.0F || dc1394_feature_get_mode(Get(), DC1394_FEATURE_FRAME_RATE, &eMode) != DC1394_SUCCESS
-        || eMode != DC1394_FEATURE_MODE_MANUAL)
-        return {};
-    return WriteAbsolute(DC1394_FEATURE_FRAME_RATE, m_fAskedRate);
 }
 
 BayerTileFormat IidcDevice::ReadTile()

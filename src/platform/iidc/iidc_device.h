@@ -46,6 +46,9 @@ public:
     Error ReadProperty(Property& property);
     Error WriteProperty(const Property& property);
 
+    /// The words for the log when the camera is slower than the rate it keeps was asked to be; else empty.
+    Error ReadRateNote(std::string& strNote);
+
     // Trigger and strobe registers.
     Error ReadTrigger(TriggerMode& mode);
     Error WriteTrigger(const TriggerMode& mode);
@@ -67,6 +70,13 @@ public:
 private:
     Error WriteMode(dc1394feature_t eFeature, const Property& property);
     Error WriteAbsolute(dc1394feature_t eFeature, float fValue);
+    /// What the camera is to keep.
+    struct HeldRate {
+        float fFps = 0.0F; ///< 0: it runs as it likes
+        bool bStandardMode = false; ///< which has a rate of its own
+    };
+    HeldRate ReadHeldRate();
+    Error CutShutter(float fLimit);
     Error ApplyRate();
     std::uint64_t StrobeBase();
     bool StrobePresent(unsigned int uiSource, std::uint32_t& uiInquiry, std::uint64_t& uiControl);
@@ -75,7 +85,9 @@ private:
     Dc1394Camera m_camera;
     std::string m_strName;
     std::shared_ptr<Presence> m_presence;
-    float m_fAskedRate = 0.0F; ///< fps that was asked for, which the image size may not have allowed then
+    // What was asked for, which image size and each other may not have allowed then; 0: nothing.
+    float m_fAskedRate = 0.0F; ///< fps
+    float m_fAskedShutter = 0.0F; ///< s
 };
 
 /// Who the camera is; opens nothing.

@@ -49,7 +49,8 @@ Error IidcDevice::SetStandardMode(FrameRateCode eRate)
         !error.IsOk())
         return error;
     const dc1394error_t eCode = dc1394_video_set_framerate(Get(), b30 ? DC1394_FRAMERATE_30 : DC1394_FRAMERATE_60);
-    return Translate(eCode, "frame rate of the video mode", ErrorType::NotSupported);
+    const Error error = Translate(eCode, "frame rate of the video mode", ErrorType::NotSupported);
+    return error.IsOk() ? ApplyRate() : error;
 }
 
 Error IidcDevice::ReadFormat7Info(Format7Info& info, bool& bSupported)

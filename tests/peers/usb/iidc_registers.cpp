@@ -173,7 +173,8 @@ void IidcRegisters::UpdateMode(std::uint32_t uiMode)
 
 void IidcRegisters::UpdateLimits()
 {
-    const float fMax = std::min(kMaxRate, static_cast<float>(1e9 / static_cast<double>(Height() * kRowNs)));
+    const std::int64_t shortest = std::max(MinPeriodNs(), ExposureNs());
+    const float fMax = std::min(kMaxRate, static_cast<float>(1e9 / static_cast<double>(shortest)));
     SetFloat(kRateAbsolute + 4, fMax);
     for (const std::uint32_t uiBase : { kShutterAbsolute, kGainAbsolute, kRateAbsolute })
         SetFloat(uiBase + 8, std::clamp(Float(uiBase + 8), Float(uiBase), Float(uiBase + 4)));

@@ -197,6 +197,80 @@ TEST_F(IidcCameraTest, PropertiesKeepTheCamerasUnits)
     EXPECT_EQ(uiValue & 0x00FFFFFFU, 715U << 12 | 645U); // blue, red
 }
 
+TEST_F(IidcCameraTest, AShutterIsAsLongAsTheRateAllows)
+{
+    const auto camera = Open();
+    Configure(*camera, 200.0F);
+    const struct {
+        PropertyType eType;
+        float fAsked;
+        float fShutter; ///< ms
+        float fRate; ///< fps
+    } kRows[] = {
+        { PropertyType::Shutter, 20.0F, 5.0F, 200.0F }, // the rate goes before
+        { PropertyType::FrameRate, 100.0F, 10.0F, 100.0F },
+        { PropertyType::FrameRate, 400.0F, 2.5F, 400.0F },
+        { PropertyType::FrameRate, 10.0F, 20.0F, 10.0F }, // there is room for all of it
+        { PropertyType::FrameRate, 1000.0F, 2.4F, 416.7F }, // the image takes that long
+        { PropertyType::Shutter, 1.0F, 1.0F, 416.7F },
+        { PropertyType::FrameRate, 5.0F, 1.0F, 5.0F },
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.fAsked);
+        SetAbsolute(*camera, row.eType, row.fAsked);
+        Property property;
+        property.type = PropertyType::Shutter;
+        Check(camera->GetProperty(property));
+        EXPECT_NEAR(property.absValue, row.fShutter, 0.01F);
+        property.type = PropertyType::FrameRate;
+        Check(camera->GetProperty(property));
+        EXPECT_NEAR(property.absValue, row.fRate, 0.1F);
+    }
+}
+
+TEST_F(IidcCameraTest, AShutterIsNoLongerThanAStandardModeAllows)
+{
+    const auto camera = Open();
+    Configure(*camera, 10.0F);
+    SetAbsolute(*camera, PropertyType::Shutter, 50.0F);
+    Check(camera->SetVideoModeAndFrameRate(VideoMode::Mode640x480Y8, FrameRateCode::Fps60));
+    Check(camera->StartCapture());
+    Image image;
+    Check(camera->RetrieveBuffer(image));
+    const auto first = ReadBarCode(image);
+    Check(camera->RetrieveBuffer(image));
+    EXPECT_NEAR(*ReadBarCode(image) - *first, 16667, 2);
+}
+
+TEST_F(IidcCameraTest, ARateThatTheCameraCannotReachIsToldOnce)
+{
+    const auto camera = Open();
+    Configure(*camera, 200.0F);
+    const Format7ImageSettings whole { 0, 0, 0, 1920, 1200, PixelFormat::Raw8 };
+    bool bValid = false;
+    Format7PacketInfo packet;
+    Check(camera->ValidateFormat7Settings(whole, bValid, packet));
+    Check(camera->SetFormat7Configuration(whole, packet.maxBytesPerPacket));
+    const auto run = [&] {
+        Check(camera->StartCapture());
+        Check(camera->StopCapture());
+    };
+    run();
+    run();
+    EXPECT_EQ(m_log.Count(" fps"), 1U);
+    EXPECT_TRUE(m_log.Contains("camera 17000042: 166.7 of 200 fps"));
+    SetAbsolute(*camera, PropertyType::FrameRate, 150.0F);
+    run();
+    EXPECT_EQ(m_log.Count(" fps"), 1U);
+    SetAbsolute(*camera, PropertyType::FrameRate, 200.0F);
+    Check(camera->SetTriggerMode({ true, 1, 2, 0, 0 }));
+    run(); // it has no rate of its own
+    EXPECT_EQ(m_log.Count(" fps"), 1U);
+    Check(camera->SetTriggerMode({ false, 0, 4, 0, 0 }));
+    run();
+    EXPECT_EQ(m_log.Count("166.7 of 200 fps"), 2U);
+}
+
 TEST_F(IidcCameraTest, TriggerAndStrobeAreTheStandardsRegisters)
 {
     const auto camera = Open();
