@@ -24,11 +24,11 @@ namespace {
 using namespace vireo::peers;
 
 constexpr const char* kUsage =
-    "tessel-fake-gige [--camera ADDRESS,SERIAL,MODEL[,modern|older|raw|unitless|bare]]...\n"
+    "tessel-fake-gige [--camera ADDRESS,SERIAL,MODEL[,modern|older|raw|unitless|rare|bare]]...\n"
     "                 [--count N] [--model MODEL] [--fault RULE]... [--trigger HZ[@DELAY_MS]] [--no-test-packets]\n"
-    "                 [--until-eof]\n"
+    "                 [--no-clock] [--answer-delay MS] [--until-eof]\n"
     "  RULE = lose|torn|drop|deaf:CAMERA@N[xCOUNT] or hang|release|seize|quit:CAMERA@N\n"
-    "         or quit:CAMERA@armed\n"
+    "         or quit:CAMERA@armed or mute:CAMERA@open\n"
     "  without --camera: N cameras (default 4) of a model (default GS3-PGE-23S6M) at 127.0.0.1, 127.0.0.2, ...\n";
 
 volatile std::sig_atomic_t g_iQuit = 0;
@@ -64,15 +64,16 @@ bool AddCamera(const std::string& strText, Options& options)
     setup.strAddress = parts[0];
     setup.camera.uiSerial = static_cast<std::uint32_t>(std::strtoul(parts[1].c_str(), nullptr, 10));
     setup.camera.strModel = parts[2];
-    if (parts.size() == 4 && parts[3] == "older")
-        setup.camera.eDialect = Dialect::Older;
-    else if (parts.size() == 4 && parts[3] == "raw")
-        setup.camera.eDialect = Dialect::Raw;
-    else if (parts.size() == 4 && parts[3] == "unitless")
-        setup.camera.eDialect = Dialect::Unitless;
-    else if (parts.size() == 4 && parts[3] == "bare")
-        setup.camera.eDialect = Dialect::Bare;
-    else if (parts.size() == 4 && parts[3] != "modern")
+    const std::pair<const char*, Dialect> kDialects[] = { { "modern", Dialect::Modern }, { "older", Dialect::Older },
+        { "raw", Dialect::Raw }, { "unitless", Dialect::Unitless }, { "rare", Dialect::Rare },
+        { "bare", Dialect::Bare } };
+    bool bKnown = parts.size() == 3;
+    for (const auto& [strName, eDialect] : kDialects)
+        if (parts.size() == 4 && parts[3] == strName) {
+            setup.camera.eDialect = eDialect;
+            bKnown = true;
+        }
+    if (!bKnown)
         return false;
     options.cameras.push_back(std::move(setup));
     return true;
@@ -82,6 +83,8 @@ bool ParseOptions(int argc, char** argv, Options& options)
 {
     int iCount = 4;
     bool bTestPackets = true;
+    bool bClock = true;
+    std::int64_t answerDelay = 0;
     std::string strModel = "GS3-PGE-23S6M";
     for (int i = 1; i < argc; i++) {
         const std::string strName = argv[i];
@@ -91,6 +94,10 @@ bool ParseOptions(int argc, char** argv, Options& options)
         }
         if (strName == "--no-test-packets") {
             bTestPackets = false;
+            continue;
+        }
+        if (strName == "--no-clock") {
+            bClock = false;
             continue;
         }
         if (++i >= argc)
@@ -103,6 +110,8 @@ bool ParseOptions(int argc, char** argv, Options& options)
             bGood = ParsePeerFault(strValue, options.faults);
         else if (strName == "--trigger")
             bGood = ParseGenerator(strValue, options.generator);
+        else if (strName == "--answer-delay")
+            bGood = (answerDelay = std::atoi(strValue.c_str()) * std::int64_t { 1'000'000 }) > 0;
         else if (strName == "--count")
             bGood = (iCount = std::atoi(strValue.c_str())) >= 1 && iCount <= 64;
         else if (strName == "--model")
@@ -117,6 +126,8 @@ bool ParseOptions(int argc, char** argv, Options& options)
     for (std::size_t i = 0; i < options.cameras.size(); i++) {
         options.cameras[i].uiMac = static_cast<std::uint32_t>(i + 1);
         options.cameras[i].bTestPackets = bTestPackets;
+        options.cameras[i].bClock = bClock;
+        options.cameras[i].answerDelay = answerDelay;
         if (i < options.faults.size())
             options.cameras[i].faults = options.faults[i];
     }
@@ -171,7 +182,10 @@ public:
         waits.push_back({ m_iBroadcast, POLLIN, 0 });
         waits.push_back({ m_options.bUntilEof ? STDIN_FILENO : -1, POLLIN, 0 });
         while (g_iQuit == 0) {
-            const std::int64_t wait = std::clamp<std::int64_t>(m_wiring->NextTime() - Now(), 0, 100'000'000);
+            std::int64_t next = m_wiring->NextTime();
+            for (const auto& camera : m_cameras)
+                next = std::min(next, camera->NextAnswer());
+            const std::int64_t wait = std::clamp<std::int64_t>(next - Now(), 0, 100'000'000);
             const timespec limit { 0, static_cast<long>(wait) };
             ppoll(waits.data(), waits.size(), &limit, nullptr);
             ServeAll();

@@ -130,7 +130,7 @@ void GigeCamera::InitBootstrap()
     SetWord(reg::kChannels, 1);
     SetWord(reg::kCapability, kHeartbeatCanBeOff | kCanResend | kCanWriteMemory);
     SetWord(reg::kHeartbeat, 3000);
-    SetWord(reg::kTickLow, kTickFrequency);
+    SetWord(reg::kTickLow, m_setup.bClock ? kTickFrequency : 0);
     SetWord(reg::kPacketSize, 1400);
 }
 
@@ -154,9 +154,16 @@ void GigeCamera::Serve(std::int64_t now)
     for (;;) {
         const ssize_t iSize = recvfrom(m_iControl, data, sizeof data, 0, reinterpret_cast<sockaddr*>(&from), &uiLength);
         if (iSize < 0)
-            return;
-        Handle(data, static_cast<std::size_t>(iSize), from, now);
+            break;
+        m_asked.push_back({ now + m_setup.answerDelay, from, { data, data + iSize } });
     }
+    for (; NextAnswer() <= now; m_asked.pop_front())
+        Handle(m_asked.front().data.data(), m_asked.front().data.size(), m_asked.front().from, now);
+}
+
+std::int64_t GigeCamera::NextAnswer() const
+{
+    return m_asked.empty() ? std::numeric_limits<std::int64_t>::max() / 2 : m_asked.front().due;
 }
 
 void GigeCamera::Handle(const std::uint8_t* pData, std::size_t uiSize, const sockaddr_in& from, std::int64_t now)
@@ -169,7 +176,7 @@ void GigeCamera::Handle(const std::uint8_t* pData, std::size_t uiSize, const soc
     const std::size_t uiBody = uiSize - kHeader;
     if (IsOwner(from))
         m_heardOwner = now;
-    if (m_bDeaf)
+    if (m_bDeaf || m_bMute)
         return;
     std::vector<std::uint8_t> body;
     std::uint16_t uiStatus = NotImplemented;
@@ -280,6 +287,7 @@ std::uint16_t GigeCamera::ReadWord(std::uint32_t uiAddress, std::uint32_t& uiVal
     if (uiAddress >= kFeatures && uiAddress < kFeatures + feature::End)
         return StatusOf(m_camera.Read(uiAddress - kFeatures, uiValue));
     if (uiAddress >= kXml && uiAddress - kXml < m_strXml.size()) {
+        m_bMute = m_setup.faults.bMuteOpened;
         uiValue = Load32(reinterpret_cast<const std::uint8_t*>(m_strXml.data()) + (uiAddress - kXml));
         return Success;
     }

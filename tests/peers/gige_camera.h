@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <netinet/in.h>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ struct GigeCameraSetup {
     std::string strAddress; ///< IPv4 address of this computer that the camera answers at
     std::uint32_t uiMac = 0; ///< low half of its hardware address
     bool bTestPackets = true; ///< it sends them when asked
+    bool bClock = true; ///< it says how fast its clock runs
+    std::int64_t answerDelay = 0; ///< ns
     PeerFaults faults;
 };
 
@@ -35,8 +38,10 @@ public:
     SoftCamera& Camera() { return m_camera; }
     const PeerFaults& Faults() const { return m_setup.faults; }
 
-    /// Answers everything that has arrived. `now` in ns since the host's start.
+    /// Answers everything that has arrived and is due. `now` in ns since the host's start.
     void Serve(std::int64_t now);
+    /// When the next answer is due, ns; far away when none is owed.
+    std::int64_t NextAnswer() const;
     /// Answers a discovery that came to everybody.
     void AnswerDiscovery(std::uint16_t uiRequest, const sockaddr_in& asker);
     /// Takes control from a program that has gone silent.
@@ -88,6 +93,12 @@ private:
     void Resend(const std::uint8_t* pBody, std::size_t uiSize);
     std::uint64_t Ticks(std::int64_t time) const;
 
+    struct Asked {
+        std::int64_t due = 0;
+        sockaddr_in from {};
+        std::vector<std::uint8_t> data;
+    };
+
     GigeCameraSetup m_setup;
     SoftCamera m_camera;
     Scenery m_scenery;
@@ -100,6 +111,8 @@ private:
     std::int64_t m_heardOwner = 0;
     bool m_bControlTaken = false; ///< once, by a fault
     bool m_bDeaf = false;
+    mutable bool m_bMute = false; ///< for good, by a fault
+    std::deque<Asked> m_asked;
     std::uint16_t m_uiBlock = 0xFF00; ///< wraps after a short while
     std::array<Block, 16> m_blocks {};
 };

@@ -36,6 +36,8 @@ std::uint32_t GigeCamera::PacketData() const { return std::max(Word(kPacketSize)
 /// Every camera has a clock of its own: another zero and a slightly different rate.
 std::uint64_t GigeCamera::Ticks(std::int64_t time) const
 {
+    if (!m_setup.bClock)
+        return 0;
     const std::int64_t offset = std::int64_t { m_setup.camera.uiSerial % 97 } * 1'000'000'123;
     const std::int64_t ppm = m_setup.camera.uiSerial % 21 - std::int64_t { 10 };
     return static_cast<std::uint64_t>(offset + time + time / 1'000'000 * ppm) / 8; // 125 MHz

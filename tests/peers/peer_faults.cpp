@@ -45,7 +45,8 @@ bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults)
     if (!TakeNumber(strRest, uiCamera) || uiCamera >= 64 || !TakeCharacter(strRest, '@'))
         return false;
     const bool bArmed = strKind == "quit" && strRest == "armed";
-    if (bArmed)
+    const bool bOpen = strKind == "mute" && strRest == "open";
+    if (bArmed || bOpen)
         strRest = {};
     else if (!TakeNumber(strRest, numbers.uiFirst))
         return false;
@@ -57,6 +58,8 @@ bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults)
     PeerFaults& camera = faults[uiCamera];
     if (bArmed)
         camera.bQuitArmed = true;
+    else if (bOpen)
+        camera.bMuteOpened = true;
     else if (strKind == "lose")
         camera.lose.push_back(numbers);
     else if (strKind == "torn")

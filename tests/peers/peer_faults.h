@@ -24,12 +24,13 @@ struct PeerFaults {
     std::optional<std::uint64_t> seize; ///< the same, and another program has it from then on
     std::optional<std::uint64_t> quit; ///< the host ends as if killed before this frame
     bool bQuitArmed = false; ///< or when this camera has waited a second for its trigger
+    bool bMuteOpened = false; ///< answers nothing any more once it was asked for its description
 };
 
 bool Contains(const std::vector<Numbers>& list, std::uint64_t uiNumber);
 
-/// Reads `lose|torn|drop|deaf:CAMERA@N[xCOUNT]` `hang|release|seize|quit:CAMERA@N` or `quit:CAMERA@armed`. False for
-/// anything else.
+/// Reads `lose|torn|drop|deaf:CAMERA@N[xCOUNT]` `hang|release|seize|quit:CAMERA@N`, `quit:CAMERA@armed` or
+/// `mute:CAMERA@open`. False for anything else.
 bool ParsePeerFault(std::string_view strRule, std::vector<PeerFaults>& faults);
 
 } // namespace vireo::peers

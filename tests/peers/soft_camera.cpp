@@ -15,6 +15,7 @@ constexpr float kMaxExposureUs = 10e6F;
 constexpr float kRawExposureUs = 20.0F;
 constexpr float kMaxGainDb = 29.0F;
 constexpr float kMaxBalance = 4.0F;
+constexpr std::uint32_t kMaxBalanceRaw = 4095;
 
 bool InRange(std::uint32_t uiBits, float fMin, float fMax)
 {
@@ -39,6 +40,8 @@ SoftCamera::SoftCamera(const SoftCameraSetup& setup)
     At(feature::FrameRateEnable) = 1;
     At(feature::GainAvailable) = 1;
     At(feature::ChunkModeActive) = 1; // as another program may have left it
+    At(feature::AcquisitionTrigger) = IsRare() ? 1 : 0;
+    At(feature::ExposureMode) = IsRare() ? 1 : 0;
     SetFloat(feature::FrameRate, 30.0F);
     SetFloat(feature::ExposureTime, 10000.0F);
     At(feature::ExposureRaw) = 500;
@@ -63,14 +66,15 @@ std::int64_t SoftCamera::ExposureNs() const
 std::int64_t SoftCamera::PeriodNs() const
 {
     std::int64_t period = MinPeriodNs();
-    if (Word(feature::FrameRateEnable) != 0)
+    if (Word(feature::FrameRateEnable) != 0 && Word(feature::FrameRateAuto) == 0)
         period = std::max(period, static_cast<std::int64_t>(1e9 / static_cast<double>(Float(feature::FrameRate))));
     return std::max(period, ExposureNs());
 }
 
 bool SoftCamera::StrobeOn(std::size_t uiLine) const
 {
-    return LineIsOutput(uiLine) && Word(Of(feature::LineSource, uiLine)) == LineExposureActive;
+    const bool bOn = !IsRare() || Word(Of(feature::StrobeEnable, uiLine)) != 0;
+    return bOn && LineIsOutput(uiLine) && Word(Of(feature::LineSource, uiLine)) == LineExposureActive;
 }
 
 void SoftCamera::SetInputLevels(std::uint32_t uiLevels)
@@ -89,6 +93,8 @@ void SoftCamera::Update()
     At(feature::Height) = std::min(Word(feature::Height), Word(feature::HeightMax));
     At(feature::OffsetX) = std::min(Word(feature::OffsetX), Word(feature::WidthMax) - Width());
     At(feature::OffsetY) = std::min(Word(feature::OffsetY), Word(feature::HeightMax) - Height());
+    At(feature::WidthRoom) = Word(feature::WidthMax) - Word(feature::OffsetX);
+    At(feature::HeightRoom) = Word(feature::HeightMax) - Word(feature::OffsetY);
     At(feature::PayloadSize) = FrameBytes();
     SetFloat(
         feature::FrameRateMax, static_cast<float>(1e9 / static_cast<double>(std::max(MinPeriodNs(), ExposureNs()))));
@@ -132,15 +138,20 @@ Access SoftCamera::Check(std::uint32_t uiOffset, std::uint32_t uiValue) const
     case feature::BinningVertical: return check(uiValue == 1 || uiValue == 2);
     case feature::VideoMode: return check(uiValue <= 1);
     case feature::FrameRate:
-        if (TriggerOn())
-            return Access::WriteProtected; // the edges say when
+        if (TriggerOn() || Word(feature::FrameRateAuto) != 0)
+            return Access::WriteProtected; // the edges, or the camera itself, say when
         return check(InRange(uiValue, kMinFps, Float(feature::FrameRateMax)));
-    case feature::ExposureTime: return check(InRange(uiValue, kMinExposureUs, kMaxExposureUs));
+    case feature::ExposureTime:
+        if (Word(feature::ExposureMode) != 0)
+            return Access::WriteProtected;
+        return check(InRange(uiValue, kMinExposureUs, kMaxExposureUs));
     case feature::ExposureRaw: return check(uiValue >= 5 && uiValue <= 50000 && uiValue % 5 == 0);
     case feature::Gain: return check(InRange(uiValue, 0, kMaxGainDb));
     case feature::GainRaw: return check(uiValue <= 290);
     case feature::BalanceRatio:
     case feature::BalanceRatio + 4: return check(InRange(uiValue, 0, kMaxBalance));
+    case feature::BalanceRaw:
+    case feature::BalanceRaw + 4: return check(uiValue <= kMaxBalanceRaw);
     case feature::TriggerSource: return check(uiValue < kTriggerLine0 + kLines);
     case feature::LineSelector:
     case feature::UserOutputSelector: return check(uiValue < kLines);
@@ -149,6 +160,8 @@ Access SoftCamera::Check(std::uint32_t uiOffset, std::uint32_t uiValue) const
     case feature::HeightMax:
     case feature::SensorWidth:
     case feature::SensorHeight:
+    case feature::WidthRoom:
+    case feature::HeightRoom:
     case feature::FrameRateMax:
     case feature::LineStatusAll: return Access::WriteProtected;
     default:

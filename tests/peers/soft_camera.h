@@ -14,8 +14,10 @@ constexpr std::size_t kLines = 4;
 enum class Dialect {
     Modern, ///< AcquisitionFrameRate + Enable, ExposureTime, Gain, BalanceRatio, VideoMode, lines
     Older, ///< AcquisitionFrameRateAbs, ExposureTimeAbs, GainRaw, binning instead of modes, no lines
-    Raw, ///< as Older, but ExposureTimeRaw, which says in words that it counts steps of 20 us
+    Raw, ///< as Older, but ExposureTimeRaw, which says in words that it counts steps of 20 us; lines that can show
+         ///< nothing but the exposure
     Unitless, ///< the same without a word
+    Rare, ///< the names that few have, and no limits, no levels of all lines at once, no source that is off
     Bare, ///< image size and start/stop only
 };
 
@@ -35,6 +37,8 @@ enum Offset : std::uint32_t {
     HeightMax = 0x028,
     SensorWidth = 0x02C,
     SensorHeight = 0x030,
+    WidthRoom = 0x034, ///< beside the offset
+    HeightRoom = 0x038,
     AcquisitionMode = 0x100,
     AcquisitionStart = 0x104,
     AcquisitionStop = 0x108,
@@ -44,12 +48,15 @@ enum Offset : std::uint32_t {
     ExposureAuto = 0x118,
     ExposureTime = 0x11C, ///< float, us
     ExposureRaw = 0x120, ///< steps of 20 us, five at a time
+    FrameRateAuto = 0x124,
+    ExposureMode = 0x128, ///< 0: timed, 1: as long as the trigger
     TriggerMode = 0x140,
     TriggerSource = 0x144,
     TriggerActivation = 0x148, ///< 0 rising, 1 falling
     TriggerOverlap = 0x14C,
     TriggerSoftware = 0x150,
     TriggerSelector = 0x154,
+    AcquisitionTrigger = 0x158, ///< trigger mode of the other selector
     Gain = 0x180, ///< float, dB
     GainAuto = 0x184,
     GainRaw = 0x188, ///< tenths of a dB
@@ -58,6 +65,7 @@ enum Offset : std::uint32_t {
     BalanceWhiteAuto = 0x198,
     GainSelector = 0x19C, ///< 0: digital, 1: all
     GainAvailable = 0x1A0, ///< 0: not now, 1: yes, 2: cannot be read
+    BalanceRaw = 0x1A4, ///< two numbers: red, blue
     LineSelector = 0x200,
     UserOutputSelector = 0x204,
     LineMode = 0x210, ///< per line: 0 input, 1 output
@@ -68,6 +76,7 @@ enum Offset : std::uint32_t {
     LineStatus = 0x260,
     StrobeDelay = 0x270, ///< float, us
     StrobeDuration = 0x280, ///< float, us
+    StrobeEnable = 0x290, ///< per line
     TLParamsLocked = 0x300,
     ChunkModeActive = 0x304,
     End = 0x400,
@@ -106,7 +115,7 @@ public:
     std::uint32_t Height() const { return Word(feature::Height); }
     std::uint32_t FrameBytes() const { return Width() * Height(); }
 
-    bool Acquiring() const override { return m_bAcquiring; }
+    bool Acquiring() const override { return m_bAcquiring && Word(feature::AcquisitionTrigger) == 0; }
     /// Ends the acquisition as a lost controller does.
     void StopAcquisition() { m_bAcquiring = false; }
     std::uint64_t Runs() const override { return m_uiRuns; }
@@ -132,6 +141,7 @@ private:
     {
         return uiFirst + static_cast<std::uint32_t>(4 * uiLine);
     }
+    bool IsRare() const { return m_setup.eDialect == Dialect::Rare; }
     std::uint32_t& At(std::uint32_t uiOffset) { return m_words[uiOffset / 4]; }
     void SetFloat(std::uint32_t uiOffset, float fValue);
     void Update();

@@ -74,8 +74,8 @@ Error WriteRate(OpenDevice& device, std::uint32_t uiValue)
 
 Error ReadEmbedding(OpenDevice& device, std::uint32_t& uiValue)
 {
-    uiValue = kPresent | (device.embedding->bTime ? kEmbedTime : 0U) | (device.embedding->bPins ? kEmbedPins : 0U)
-        | (Kept(device, 0x12F8, 0) & ~(kEmbedTime | kEmbedPins));
+    uiValue = kPresent | (device.embedding->bTime && device.embedding->bClock ? kEmbedTime : 0U)
+        | (device.embedding->bPins ? kEmbedPins : 0U) | (Kept(device, 0x12F8, 0) & ~(kEmbedTime | kEmbedPins));
     return {};
 }
 

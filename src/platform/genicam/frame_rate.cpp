@@ -30,6 +30,17 @@ Error IsHeld(OpenDevice& device, bool& bHeld)
     return {};
 }
 
+/// The exposure takes a time that can be set; else as long as a trigger lasts.
+Error IsTimed(Features& features, bool& bTimed)
+{
+    std::string strMode = "Timed";
+    Error error = features.HasChoice(Feature::ExposureMode, "Timed")
+        ? features.GetChoice(Feature::ExposureMode, strMode)
+        : Error();
+    bTimed = strMode == "Timed";
+    return error;
+}
+
 /// Makes the exposure as long as it was asked to be, but not longer than `dLimit` us.
 Error CutExposure(OpenDevice& device, double dLimit)
 {
@@ -41,7 +52,11 @@ Error CutExposure(OpenDevice& device, double dLimit)
         if (Error error = features.GetSwitch(Feature::ExposureAuto, bAutomatic); !error.IsOk())
             return error;
     double dNow = 0.0;
-    if (bAutomatic)
+    bool bTimed = true;
+    if (device.remembered.dExposure <= 0.0) // its own affair until a time is asked for
+        if (Error error = IsTimed(features, bTimed); !error.IsOk())
+            return error;
+    if (bAutomatic || !bTimed)
         return {};
     if (Error error = features.GetFloat(Feature::Exposure, dNow); !error.IsOk())
         return error;

@@ -55,9 +55,12 @@ Error SetStandardMode(OpenDevice& device, double dFps)
         return error;
     if (Error error = SetImage(device, { 0, 0, 640, 480, PixelFormat::Mono8 }); !error.IsOk())
         return error == ErrorType::InvalidSettings ? Error(ErrorType::NotSupported, error.GetDescription()) : error;
-    if (Error error = SwitchFrameRate(device, true); !error.IsOk()) // it may run on its own just now
-        return error;
-    return AskFrameRate(device, dFps);
+    Property rate; // the camera may run on its own just now
+    rate.type = PropertyType::FrameRate;
+    rate.autoManualMode = false;
+    rate.absControl = true;
+    rate.absValue = static_cast<float>(dFps);
+    return WriteProperty(device, rate);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "platform/genicam/control_registers.h"
 #include "platform/genicam/cycle_time.h"
 #include "platform/genicam/frame_rate.h"
+#include "platform/genicam/trigger_lines.h"
 
 #include <algorithm>
 
@@ -218,6 +219,8 @@ Error GenicamDevice::PrepareCapture()
     const auto session = Session();
     if (!session)
         return ErrorType::NotConnected;
+    if (session->Link()->IsGone())
+        return session->Gone();
     if (session->Run())
         return ErrorType::AlreadyStarted;
     auto run = std::make_shared<StreamRun>(session->Link());
@@ -226,6 +229,8 @@ Error GenicamDevice::PrepareCapture()
     const Error error = session->Do([run, memory, note, uiBuffers = m_uiNumBuffers.load()](OpenDevice& device) {
         if (Error applied = ApplyFrameRate(device); !applied.IsOk())
             return applied;
+        if (Error clear = ClearOtherTriggers(device); !clear.IsOk())
+            return clear;
         if (Error read = ReadRateNote(device, *note); !read.IsOk())
             return read;
         // Data behind the pixels would change what a frame looks like on its way.
@@ -284,7 +289,7 @@ Error GenicamDevice::StopCapture()
         run = session->SetRun(nullptr);
     }
     if (!run)
-        return ErrorType::NotStarted;
+        return session->Link()->IsGone() ? session->Gone() : Error(ErrorType::NotStarted);
     // The camera stops before its stream goes, else it would send on to the old port.
     const auto stop = [run](OpenDevice& device) {
         GErrorSlot slot;
@@ -361,7 +366,7 @@ void GenicamDevice::Deliver(
     const FrameShape& shape = run.Shape();
     const Embedding& header = session.Header();
     if (header.bTime)
-        StoreWord(frame.pData, CycleTimeOf(frame.uiTimeNs));
+        StoreWord(frame.pData, header.bClock ? CycleTimeOf(frame.uiTimeNs) : 0); // the driver has put in its own
     if (header.bPins) {
         StoreWord(frame.pData + 4, header.uiPins);
         RefreshPins(session, arrival);
@@ -374,15 +379,17 @@ void GenicamDevice::Deliver(
 /// Has the levels of the lines read in the background, now and then.
 void GenicamDevice::RefreshPins(DeviceSession& session, ClockTime now)
 {
-    if (now - m_pinsAt < kPinsEvery)
-        return;
+    if (now - m_pinsAt < kPinsEvery || session.Header().bPinsAsked.exchange(true))
+        return; // a camera that takes long to answer is not asked faster than it does
     m_pinsAt = now;
     session.Later([](OpenDevice& device) {
         std::uint32_t uiPins = 0;
-        const Error error = device.link->IsGone() ? Error() : ReadPins(device, uiPins);
-        device.embedding->uiPins = uiPins;
+        const Error error = device.link->IsGone() ? Error(ErrorType::Disconnected) : ReadPins(device, uiPins);
+        if (error.IsOk())
+            device.embedding->uiPins = uiPins;
         if (error == ErrorType::Disconnected)
             device.link->SetUnanswered();
+        device.embedding->bPinsAsked = false;
         return error;
     });
 }

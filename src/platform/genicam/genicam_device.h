@@ -45,7 +45,7 @@ public:
     /// Any thread.
     void Ask(ClockTime now);
 
-    static constexpr ClockTime kOpenLimit = 10 * kNsPerSecond; ///< a camera sends its whole description first
+    static constexpr ClockTime kOpenLimit = 4 * kNsPerSecond; ///< a camera sends its whole description first
 
     const std::shared_ptr<DeviceLink>& Link() const { return m_link; }
     Embedding& Header() const { return *m_embedding; }

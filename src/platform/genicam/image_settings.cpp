@@ -43,11 +43,38 @@ std::string CameraFormat(Features& features, PixelFormat eFormat)
     return bGrey && features.HasChoice(Feature::PixelFormat, "Mono8") ? "Mono8" : "";
 }
 
-Error ReadLimit(Features& features, Feature eMax, Feature eSize, std::uint32_t& uiMax)
+/// A camera without an offset has its image where it is.
+Error SetOffset(Features& features, Feature eFeature, std::uint32_t uiOffset)
+{
+    if (!features.Has(eFeature))
+        return uiOffset == 0 ? Error() : features.Missing(eFeature);
+    return features.SetInteger(eFeature, uiOffset);
+}
+
+/// Without a limit of its own, a size may be as large as the offset leaves it.
+Error MeasureRoom(OpenDevice& device, Feature eSize, Feature eOffset, FeatureRange& range)
+{
+    Features& features = *device.features;
+    std::int64_t iOffset = 0;
+    if (features.Has(eOffset) && !device.bCapturing)
+        if (Error error = features.GetInteger(eOffset, iOffset); !error.IsOk())
+            return error;
+    if (iOffset != 0)
+        if (Error error = features.SetInteger(eOffset, 0); !error.IsOk())
+            return error;
+    const Error error = features.GetRange(eSize, range);
+    if (iOffset != 0)
+        if (Error restored = features.SetInteger(eOffset, iOffset); !restored.IsOk())
+            return restored;
+    return error;
+}
+
+Error ReadLimit(OpenDevice& device, Feature eMax, Feature eSize, Feature eOffset, std::uint32_t& uiMax)
 {
     std::int64_t iMax = 0;
     FeatureRange range;
-    const Error error = features.Has(eMax) ? features.GetInteger(eMax, iMax) : features.GetRange(eSize, range);
+    const Error error = device.features->Has(eMax) ? device.features->GetInteger(eMax, iMax)
+                                                   : MeasureRoom(device, eSize, eOffset, range);
     if (error.IsOk())
         uiMax = static_cast<std::uint32_t>(std::max(iMax, static_cast<std::int64_t>(range.dMax)));
     return error;
@@ -62,14 +89,6 @@ Error ReadStep(Features& features, Feature eFeature, std::uint32_t& uiStep)
     const Error error = features.GetStep(eFeature, iStep);
     uiStep = static_cast<std::uint32_t>(iStep);
     return error;
-}
-
-/// A camera without an offset has its image where it is.
-Error SetOffset(Features& features, Feature eFeature, std::uint32_t uiOffset)
-{
-    if (!features.Has(eFeature))
-        return uiOffset == 0 ? Error() : features.Missing(eFeature);
-    return features.SetInteger(eFeature, uiOffset);
 }
 
 Error SetPlaceAndSize(Features& features, const GigEImageSettings& settings)
@@ -148,9 +167,11 @@ Error ReadImageInfo(OpenDevice& device, GigEImageSettingsInfo& info)
 {
     Features& features = *device.features;
     GigEImageSettingsInfo read;
-    if (Error error = ReadLimit(features, Feature::WidthMax, Feature::Width, read.maxWidth); !error.IsOk())
+    if (Error error = ReadLimit(device, Feature::WidthMax, Feature::Width, Feature::OffsetX, read.maxWidth);
+        !error.IsOk())
         return error;
-    if (Error error = ReadLimit(features, Feature::HeightMax, Feature::Height, read.maxHeight); !error.IsOk())
+    if (Error error = ReadLimit(device, Feature::HeightMax, Feature::Height, Feature::OffsetY, read.maxHeight);
+        !error.IsOk())
         return error;
     if (Error error = ReadStep(features, Feature::OffsetX, read.offsetHStepSize); !error.IsOk())
         return error;

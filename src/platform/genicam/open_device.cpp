@@ -9,6 +9,7 @@ namespace vireo {
 namespace {
 
 constexpr std::uint32_t kHeartbeatRegister = 0x0938; ///< ms
+constexpr std::uint32_t kTickHigh = 0x093C, kTickLow = 0x0940; ///< Hz
 constexpr std::uint32_t kControlRegister = 0x0A00;
 /// After this long without a word from its program a camera is anybody's: long enough for a busy computer, short
 /// enough for a start after a crash.
@@ -77,6 +78,19 @@ Error StopLeftRunning(OpenDevice& device)
     return error == ErrorType::Disconnected ? error : Error(); // one that refuses had nothing to stop
 }
 
+/// Without a clock in the camera the driver puts its own time into the frames, in steps of milliseconds.
+Error ReadClock(OpenDevice& device)
+{
+    std::uint32_t uiHigh = 0;
+    std::uint32_t uiLow = 0;
+    Error error = device.features->ReadWord(kTickHigh, uiHigh);
+    if (error.IsOk())
+        error = device.features->ReadWord(kTickLow, uiLow);
+    if (error.IsOk())
+        device.embedding->bClock = uiHigh != 0 || uiLow != 0;
+    return error;
+}
+
 } // namespace
 
 OpenDevice::~OpenDevice()
@@ -107,6 +121,9 @@ Error OpenCamera(const DeviceRecord& record, OpenDevice& device)
     if (device.bGigE) // a camera that keeps a time of its own is as good
         if (const Error mute = device.features->WriteWord(kHeartbeatRegister, kHeartbeatMs);
             mute == ErrorType::Disconnected)
+            return mute;
+    if (device.bGigE)
+        if (const Error mute = ReadClock(device); mute == ErrorType::Disconnected)
             return mute;
     device.ulLostHandler =
         g_signal_connect(device.Device(), "control-lost", G_CALLBACK(OnControlLost), device.link.get());

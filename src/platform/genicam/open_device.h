@@ -20,6 +20,8 @@ struct Embedding {
     std::atomic<bool> bTime = false;
     std::atomic<bool> bPins = false;
     std::atomic<std::uint32_t> uiPins = 0; ///< line 0 in the highest bit; brought up to date now and then
+    std::atomic<bool> bPinsAsked = false; ///< the answer is still to come
+    std::atomic<bool> bClock = true; ///< else the camera's frames carry no time of its own
 };
 
 /// What the program said that no feature of the camera remembers.

@@ -79,13 +79,26 @@ Error WriteTriggerDetails(OpenDevice& device, const TriggerMode& mode)
         : features.SetFirstChoice(Feature::TriggerOverlap, { "Off" });
 }
 
-/// A line shows the exposure when its source can be that.
-bool LineHasStrobe(OpenDevice& device, unsigned int uiLine)
+/// A line shows the exposure when its source can be that. Selects the line.
+Error LineHasStrobe(OpenDevice& device, unsigned int uiLine, bool& bStrobe)
 {
-    if (!HasLine(device, uiLine) || !SelectLine(device, uiLine).IsOk())
-        return false;
-    return device.features->HasChoice(Feature::LineSource, "ExposureActive")
+    bStrobe = false;
+    if (!HasLine(device, uiLine))
+        return {};
+    if (Error error = SelectLine(device, uiLine); !error.IsOk())
+        return error;
+    bStrobe = device.features->HasChoice(Feature::LineSource, "ExposureActive")
         || device.features->HasChoice(Feature::LineSource, "Strobe");
+    return {};
+}
+
+/// The same for a line that must have one. @return NotSupported.
+Error NeedStrobe(OpenDevice& device, unsigned int uiLine)
+{
+    bool bStrobe = false;
+    Error error = LineHasStrobe(device, uiLine, bStrobe);
+    return error.IsOk() && !bStrobe ? device.features->Fail(ErrorType::NotSupported, "no strobe on " + LineName(uiLine))
+                                    : error;
 }
 
 Error SwitchStrobe(Features& features, bool bOn)
@@ -93,9 +106,14 @@ Error SwitchStrobe(Features& features, bool bOn)
     if (features.Has(Feature::StrobeEnable))
         if (Error error = features.SetSwitch(Feature::StrobeEnable, bOn); !error.IsOk())
             return error;
-    return bOn ? features.SetFirstChoice(Feature::LineSource, { "ExposureActive", "Strobe" })
-               : features.SetFirstChoice(Feature::LineSource,
-                   { "Off", "UserOutput", "UserOutput0", "UserOutput1", "UserOutput2", "UserOutput3" });
+    if (bOn)
+        return features.SetFirstChoice(Feature::LineSource, { "ExposureActive", "Strobe" });
+    const Error error = features.SetFirstChoice(
+        Feature::LineSource, { "Off", "UserOutput", "UserOutput0", "UserOutput1", "UserOutput2", "UserOutput3" });
+    if (!(error == ErrorType::NotSupported))
+        return error;
+    // A line that can show nothing else drives nobody as an input.
+    return features.HasChoice(Feature::LineMode, "Input") ? features.SetChoice(Feature::LineMode, "Input") : Error();
 }
 
 /// Lets an output that shows nothing else show the level that is set for it.
@@ -123,6 +141,32 @@ Error IsArmed(OpenDevice& device, bool& bArmed)
     if (Error error = SelectTrigger(device); !error.IsOk())
         return error;
     return device.features->GetSwitch(Feature::TriggerMode, bArmed);
+}
+
+Error ClearOtherTriggers(OpenDevice& device)
+{
+    Features& features = *device.features;
+    std::string strOurs;
+    if (!features.Has(Feature::TriggerSelector) || !features.Has(Feature::TriggerMode))
+        return {};
+    if (Error error = SelectTrigger(device); !error.IsOk())
+        return error;
+    if (Error error = features.GetChoice(Feature::TriggerSelector, strOurs); !error.IsOk())
+        return error;
+    for (const std::string& strOther : features.Choices(Feature::TriggerSelector)) {
+        if (strOther == strOurs)
+            continue;
+        bool bOn = false;
+        Error error = features.SetChoice(Feature::TriggerSelector, strOther);
+        if (error.IsOk())
+            error = features.GetSwitch(Feature::TriggerMode, bOn);
+        if (error == ErrorType::Disconnected)
+            return error;
+        if (error.IsOk() && bOn) // where it cannot be asked, it cannot be on
+            if (Error off = features.SetSwitch(Feature::TriggerMode, false); !off.IsOk())
+                return off;
+    }
+    return features.SetChoice(Feature::TriggerSelector, strOurs);
 }
 
 Error ReadTrigger(OpenDevice& device, TriggerMode& mode)
@@ -159,16 +203,16 @@ Error WriteTrigger(OpenDevice& device, const TriggerMode& mode)
 
 Error ReadStrobeInfo(OpenDevice& device, StrobeInfo& info)
 {
-    info.present = LineHasStrobe(device, info.source);
+    Error error = LineHasStrobe(device, info.source, info.present);
     info.onOffSupported = info.present;
-    return {};
+    return error;
 }
 
 Error ReadStrobe(OpenDevice& device, StrobeControl& control)
 {
     const unsigned int uiLine = control.source;
-    if (!LineHasStrobe(device, uiLine))
-        return device.features->Fail(ErrorType::NotSupported, "no strobe on " + LineName(uiLine));
+    if (Error error = NeedStrobe(device, uiLine); !error.IsOk())
+        return error;
     control = device.remembered.strobe[uiLine];
     control.source = uiLine;
     return {};
@@ -177,8 +221,8 @@ Error ReadStrobe(OpenDevice& device, StrobeControl& control)
 Error WriteStrobe(OpenDevice& device, const StrobeControl& control)
 {
     Features& features = *device.features;
-    if (!LineHasStrobe(device, control.source)) // selects the line
-        return features.Fail(ErrorType::NotSupported, "no strobe on " + LineName(control.source));
+    if (Error error = NeedStrobe(device, control.source); !error.IsOk())
+        return error;
     if (control.onOff) {
         if (Error error = SetLineDirection(device, control.source, true); !error.IsOk())
             return error;

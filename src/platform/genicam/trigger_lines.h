@@ -9,6 +9,9 @@ namespace vireo {
 Error ReadTrigger(OpenDevice& device, TriggerMode& mode);
 /// @return NotSupported for an unknown mode or source of a trigger that is to be on.
 Error WriteTrigger(OpenDevice& device, const TriggerMode& mode);
+/// Switches off what another program may have left on, such as a trigger before the first frame: no frame would
+/// come, and nobody would know why.
+Error ClearOtherTriggers(OpenDevice& device);
 /// The camera waits for a trigger before each frame.
 Error IsArmed(OpenDevice& device, bool& bArmed);
 

@@ -155,6 +155,24 @@ TEST_F(GigeFaultsTest, ACameraThatAnswersNothingWhileItsFramesFlowIsNotGone)
     Check(camera->StopCapture());
 }
 
+TEST_F(GigeFaultsTest, PinsThatCouldNotBeReadStayAsTheyWere)
+{
+    StartPeer({ "--count", "1", "--fault", "deaf:0@20x350" });
+    MakeLibrary();
+    const auto camera = Open(15000001);
+    ASSERT_NE(camera, nullptr);
+    Configure(*camera, 640, 480, 100.0F);
+    Check(camera->WriteRegister(0x11F8, 0x10000000)); // line 3 shows its level
+    Check(camera->WriteRegister(0x11F0, 0x10000000));
+    Check(camera->WriteRegister(0x12F8, 0x80000101));
+    Check(camera->StartCapture());
+    for (int i = 0; i < 450; i++) {
+        Image image;
+        Check(camera->RetrieveBuffer(image));
+        ASSERT_EQ(image.GetData()[4], 0x10) << "frame " << i;
+    }
+}
+
 TEST_F(GigeFaultsTest, AShortSilenceIsNoLoss)
 {
     StartPeer({ "--count", "1" });
@@ -188,6 +206,36 @@ TEST_F(GigeFaultsTest, ACameraThatDiesIsGoneWithItsNumberAndHoldsNobodyUp)
     });
     EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
     rest.wait();
+}
+
+TEST_F(GigeFaultsTest, ALostCameraSaysSoToEveryCall)
+{
+    const auto camera = StartWithFault("quit:0@20");
+    ASSERT_NE(camera, nullptr);
+    EXPECT_EQ(FetchToTheEnd(*camera), ErrorType::Disconnected);
+    auto rest = std::async(std::launch::async, [&] {
+        for (const char* pWhen : { "while it was capturing", "when it was stopped" })
+            for (const auto& [strName, call] : EveryCall(*camera))
+                if (strName != "Disconnect") {
+                    EXPECT_EQ(call(), ErrorType::Disconnected) << strName << " " << pWhen;
+                }
+    });
+    EXPECT_TRUE(rest.wait_for(kNoLonger) == std::future_status::ready);
+    rest.wait();
+}
+
+TEST_F(GigeFaultsTest, ARefusedQuestionIsNoMissingStrobe)
+{
+    const auto camera = StartWithFault("release:0@20");
+    ASSERT_NE(camera, nullptr);
+    EXPECT_EQ(Fetch(*camera, 20).iDropped, 0);
+    Error error;
+    while (error.IsOk()) { // soon it takes no order from here any more
+        StrobeControl strobe;
+        strobe.source = 2;
+        error = camera->GetStrobe(strobe);
+    }
+    EXPECT_TRUE(error == ErrorType::AccessDenied || error == ErrorType::Disconnected) << error.GetDescription();
 }
 
 TEST_F(GigeFaultsTest, ACameraWhoseControlIsLostWhileFramesFlowSaysSoWithItsNumber)
@@ -379,6 +427,21 @@ TEST_F(GigeFaultsTest, ACameraThatLeftBeforeItWasOpenedIsNotFound)
     Check(m_library->GetBusManager().GetNumOfCameras(uiCount));
     const PGRGuid guid = GuidOf(15000001);
     m_peer->Kill();
+    const auto camera = m_library->CreateGigECamera(guid);
+    auto connecting = std::async(std::launch::async, [&] { return camera->Connect(guid); });
+    EXPECT_TRUE(connecting.wait_for(kNoLonger) == std::future_status::ready);
+    const Error error = connecting.get();
+    EXPECT_EQ(error, ErrorType::NotFound);
+    EXPECT_NE(error.GetDescription().find("15000001"), std::string::npos);
+}
+
+TEST_F(GigeFaultsTest, ACameraThatFallsSilentWhileItIsOpenedHoldsNobodyUp)
+{
+    StartPeer({ "--count", "1", "--fault", "mute:0@open" });
+    MakeLibrary();
+    unsigned int uiCount = 0;
+    Check(m_library->GetBusManager().GetNumOfCameras(uiCount));
+    const PGRGuid guid = GuidOf(15000001);
     const auto camera = m_library->CreateGigECamera(guid);
     auto connecting = std::async(std::launch::async, [&] { return camera->Connect(guid); });
     EXPECT_TRUE(connecting.wait_for(kNoLonger) == std::future_status::ready);

@@ -4,8 +4,10 @@
 #include "peers/peer_process.h"
 #include "platform/genicam/genicam_library.h"
 #include "platform/time/real_clock.h"
+#include "support/bar_code.h"
 #include "support/recorded_log.h"
 
+#include <bit>
 #include <memory>
 #include <string>
 #include <utility>
@@ -71,6 +73,46 @@ protected:
     test::RecordedLog m_log;
     std::unique_ptr<peers::PeerProcess> m_peer;
     std::unique_ptr<CameraLibrary> m_library;
+};
+
+/// One camera, looked into.
+class GigeCameraTest : public GigeTest {
+protected:
+    /// A register of the software camera, looked at behind the backend's back.
+    static std::uint32_t Peer(GigECamera& camera, std::uint32_t uiAddress)
+    {
+        std::uint32_t uiValue = 0xDEADBEEF;
+        Check(camera.ReadGVCPRegister(uiAddress, uiValue));
+        return uiValue;
+    }
+    static float PeerFloat(GigECamera& camera, std::uint32_t uiAddress)
+    {
+        return std::bit_cast<float>(Peer(camera, uiAddress));
+    }
+    std::unique_ptr<GigECamera> StartAndOpen(const char* strModel, const char* strDialect)
+    {
+        StartPeer({ "--camera", std::string("127.0.0.1,15000007,") + strModel + "," + strDialect });
+        MakeLibrary();
+        return Open(15000007);
+    }
+    /// The codes of the next frames of a camera.
+    static std::vector<std::uint32_t> Codes(GigECamera& camera, int iCount)
+    {
+        std::vector<std::uint32_t> codes;
+        for (int i = 0; i < iCount; i++) {
+            Image image;
+            Check(camera.RetrieveBuffer(image));
+            codes.push_back(ReadBarCode(image).value_or(0));
+        }
+        return codes;
+    }
+    static void Arm(GigECamera& camera, unsigned int uiPolarity)
+    {
+        TriggerMode mode;
+        Check(camera.GetTriggerMode(mode));
+        mode = { true, uiPolarity, 2, 14, 0 };
+        Check(camera.SetTriggerMode(mode));
+    }
 };
 
 } // namespace vireo
