@@ -114,6 +114,8 @@ public:
     virtual Error GetNumStreamChannels(std::uint32_t& uiChannels) = 0;
     /// @return InvalidParameter for a channel that does not exist.
     virtual Error GetGigEStreamChannelInfo(std::uint32_t uiChannel, GigEStreamChannel& channel) = 0;
+    /// A real camera keeps the host port, the interface and the source port as they are: its stream's driver chooses
+    /// them at the start.
     virtual Error SetGigEStreamChannelInfo(std::uint32_t uiChannel, const GigEStreamChannel& channel) = 0;
 
     /// In: the size to begin with, bytes; out: the largest packet that arrives whole.
@@ -125,6 +127,7 @@ public:
     /// @return InvalidSettings, AlreadyStarted.
     virtual Error SetGigEImageSettings(const GigEImageSettings& settings) = 0;
     virtual Error GetGigEConfig(GigEConfig& config) = 0;
+    /// The register time-outs are kept and read back; how long a real camera is waited for does not follow them.
     virtual Error SetGigEConfig(const GigEConfig& config) = 0;
 };
 
