@@ -200,7 +200,7 @@ std::vector<const CallRow*> MatchRows(const Scene& scene, std::span<const SeenCa
     return rows;
 }
 
-std::string MessageOf(const CallRow& row, const Scene& /*scene*/, int iCamera, int iError)
+std::string MessageOf(const CallRow& row, int iCamera, int iError)
 {
     constexpr const char* kWide[] = { "１", "２", "３", "４" };
     const std::string strCamera = std::to_string(iCamera + 1);

@@ -72,7 +72,7 @@ std::span<const CallRow> CallRows();
 std::vector<const CallRow*> MatchRows(const Scene& scene, std::span<const SeenCall> calls);
 
 /// The text of a row's message for another error and camera. '*' stands for anything.
-std::string MessageOf(const CallRow& row, const Scene& scene, int iCamera, int iError);
+std::string MessageOf(const CallRow& row, int iCamera, int iError);
 bool MatchesText(const std::string& strPattern, const std::string& strText);
 
 } // namespace vireo::test

@@ -28,6 +28,7 @@ constexpr Rig kRigs[] = {
     { "mixed", "simulated:GS3-U3-23S6M+GS3-PGE-23S6M+FL3-U3-13E4C", 3, true, false, 60, -1 },
     { "free", "simulated:2xGRAS-03K2C", 2, false, false },
     { "plain", "simulated:FFMV-03M2M", 1, false, false },
+    { "four", "simulated:4xFL3-U3-13Y3M", 4, true, false },
     { "partner", "simulated:2xFL3-U3-13Y3M", 2, true, true },
 };
 constexpr std::uint64_t kAvailableKiB = 1 << 20;
@@ -73,8 +74,12 @@ std::vector<Scene> Scenes()
     for (const Rig& rig : kRigs)
         for (std::size_t i = 0; i < kStates; ++i) {
             const auto eState = static_cast<State>(i);
+            // More cameras are more of the same, but where all of them are found, recorded, saved and let go.
+            const bool bFew = rig.iCameras == 4
+                && (eState == State::Live || eState == State::Armed || eState == State::Waiting
+                    || eState == State::SavingElsewhere);
             const bool bPanel = eState == State::Armed || eState == State::Waiting || eState == State::Playback;
-            if (!rig.bPartner || !bPanel) // a partner's run has no panel
+            if (!bFew && (!rig.bPartner || !bPanel)) // a partner's run has no panel
                 scenes.push_back({ &rig, eState });
         }
     return scenes;
@@ -286,10 +291,10 @@ bool MatrixBench::ActSaving()
     return !IsRecorded() && WaitLive(3);
 }
 
-bool MatrixBench::IsExitPosted() const
+int MatrixBench::ExitsPosted() const
 {
     const std::vector<int> commands = m_window.Inner().Record().commands;
-    return std::count(commands.begin(), commands.end(), command::kExit) == 1;
+    return static_cast<int>(std::count(commands.begin(), commands.end(), command::kExit));
 }
 
 std::vector<std::uint32_t> MatrixBench::Codes(std::size_t c)

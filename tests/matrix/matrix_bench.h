@@ -73,7 +73,7 @@ public:
     CVireoDoc& Doc() { return *m_doc; }
     bool IsRecorded() const { return m_doc && m_doc->m_store.m_bRecordDone[0]; }
     bool IsCapturing() const { return m_doc && m_doc->m_capture.m_bCapturing; }
-    bool IsExitPosted() const;
+    int ExitsPosted() const;
     std::vector<std::string> Messages() { return m_window.Inner().MessageTexts(); }
     Verdict TakeVerdict() { return ReportTake(*m_doc).eVerdict; }
     int Result() const { return m_app->CooperationResult(); }

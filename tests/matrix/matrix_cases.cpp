@@ -91,7 +91,7 @@ Expected ExpectOne(const Trace& trace, std::size_t uiCall, Way eWay)
     const SeenCall& call = trace.calls[uiCall];
     Expected expected;
     if (row.eEffect != Effect::GoesOn)
-        expected.messages.push_back(MessageOf(row, trace.scene, call.iCamera, ErrorOf(eWay)));
+        expected.messages.push_back(MessageOf(row, call.iCamera, ErrorOf(eWay)));
     if (row.eEffect == Effect::GivesUp)
         GiveUp(expected, trace.scene, row);
     return expected;
@@ -108,7 +108,7 @@ void AddEveryText(Expected& expected, const Trace& trace, int iCamera, int iErro
         if (trace.calls[i].iCamera != iCamera || pRow == nullptr || pRow->eEffect == Effect::GoesOn)
             continue;
         if (!IsFetch(trace.calls[i]) || fetches.insert(pRow).second)
-            expected.messages.push_back(MessageOf(*pRow, trace.scene, iCamera, iError));
+            expected.messages.push_back(MessageOf(*pRow, iCamera, iError));
     }
 }
 
@@ -145,7 +145,7 @@ void AddUndoing(Expected& expected, const Trace& trace, const CallRow& row, cons
     const bool bStrobe = row.eStep == Step::Started && trace.scene.eState != State::Waiting;
     for (const CallRow& other : CallRows())
         if (bStrobe && other.eStep == Step::Post && other.eOperation == row.eOperation)
-            expected.messages.push_back(MessageOf(other, trace.scene, call.iCamera, ErrorOf(Way::Refused)));
+            expected.messages.push_back(MessageOf(other, call.iCamera, ErrorOf(Way::Refused)));
 }
 
 // Every call of the kind fails from one on, until the program gives up.
@@ -169,7 +169,7 @@ Expected ExpectEach(const Trace& trace, CallKind kind, int iCamera, std::size_t 
         if (pRow->eEffect == Effect::GoesOn || (bPutBack && bPutBackTold))
             continue;
         bPutBackTold = bPutBackTold || bPutBack;
-        expected.messages.push_back(MessageOf(*pRow, trace.scene, call.iCamera, ErrorOf(Way::Refused)));
+        expected.messages.push_back(MessageOf(*pRow, call.iCamera, ErrorOf(Way::Refused)));
         if (bPutBackTold && pRow->eStep == Step::Pre && kind == KindOf(Operation::SetTriggerMode))
             expected.messages.back() = kAnyTriggerText; // it is still on, and to be switched off first
         if (pRow->eEffect == Effect::GivesUp) {
@@ -228,7 +228,7 @@ Expected ExpectUnplugged(const Trace& trace, std::size_t uiCall)
     // Where its fetch meets it first, the capture's own end meets it too.
     for (const CallRow& row : CallRows())
         if (row.eNext == Step::Post && row.eOperation == Operation::GetCameraInfo && row.eStep == Step::Flowing)
-            expected.messages.push_back(MessageOf(row, trace.scene, iCamera, ErrorOf(Way::Unplugged)));
+            expected.messages.push_back(MessageOf(row, iCamera, ErrorOf(Way::Unplugged)));
     if (pEnd != nullptr)
         EndCapture(expected, trace.scene, IsFetch(trace.calls[uiCall]) ? trace.calls[uiCall].iNth : 0);
     if (pGivesUp != nullptr)
@@ -268,7 +268,7 @@ Expected ExpectFetch(const Trace& trace, std::size_t uiCall, Way eWay, int iWork
     const bool bRecording = scene.eState == State::Recording;
     Expected expected;
     const auto end = [&](int iError) {
-        expected.messages.push_back(MessageOf(row, scene, call.iCamera, iError));
+        expected.messages.push_back(MessageOf(row, call.iCamera, iError));
         EndCapture(expected, scene, iWorkerNth);
     };
     switch (eWay) {

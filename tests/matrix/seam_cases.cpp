@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <set>
+#include <string_view>
 
 namespace vireo::test {
 
@@ -17,6 +18,7 @@ constexpr const char* kCloseFailed = "AVIﾌｧｲﾙのｸﾛｰｽﾞに失敗
 constexpr const char* kNotReadBack = "AVIﾌｧｲﾙの確認に失敗しました。*";
 constexpr const char* kBadText = "文字の変換に失敗しました";
 constexpr const char* kNoSettings = "Read File Open Error ini File";
+constexpr const char* kRateRefused = "ｶﾒﾗﾌﾟﾛﾊﾟﾃｨの設定に失敗。(5)*";
 constexpr const char* kNotWritten = "Write File Open Error ini File";
 
 enum class SeamEffect {
@@ -208,20 +210,40 @@ void AddSeamCases(const Scene& scene, std::span<const SeenCall> calls, std::vect
 
 void AddFileCases(const Scene& scene, std::vector<MatrixCase>& cases)
 {
+    constexpr int kPresetValues = 15;
+    constexpr int kNamedPresets = 4; // that have a button each
     constexpr int kBalanceValues = 4;
-    const bool bConfigures = scene.eState == State::Armed || (IsSaving(scene) && !scene.pRig->bPartner);
-    const auto add = [&](FileFault eFile, const char* pMessage, int iTimes) {
+    const bool bPanel = !scene.pRig->bPartner;
+    const bool bStarts = scene.eState == State::Starting;
+    const bool bSelects = scene.eState == State::Live && bPanel;
+    const bool bConfigures = scene.eState == State::Armed || (IsSaving(scene) && bPanel);
+    const auto add = [&](FileFault eFile, const char* pMessage, int iTimes) -> Expected& {
         Expected expected;
         expected.messages.assign(static_cast<std::size_t>(iTimes), pMessage);
         expected.bStartOver = scene.eState == State::Closing;
         cases.push_back({ scene, {}, eFile, std::move(expected) });
+        return cases.back().expected;
     };
-    if (bConfigures)
-        for (const FileFault eFile : { FileFault::Missing, FileFault::IsFolder })
-            add(eFile, kNoSettings, kBalanceValues * scene.pRig->iCameras);
-    if (scene.eState == State::Closing)
-        for (const FileFault eFile : { FileFault::Missing, FileFault::IsFolder })
+    const int iBalanceValues = kBalanceValues * scene.pRig->iCameras;
+    for (const FileFault eFile : { FileFault::Missing, FileFault::IsFolder }) {
+        if (bConfigures)
+            add(eFile, kNoSettings, iBalanceValues);
+        if (scene.eState == State::Closing)
             add(eFile, kNoSettings, 1);
+        if (!bStarts && !bSelects)
+            continue;
+        // Each value that cannot be read is 0, the frame rate too; who does not take that gives up there.
+        const int iPresetValues = bStarts ? kPresetValues : (kNamedPresets + 1) * kPresetValues;
+        const bool bRefused = std::string_view(scene.pRig->pSource).find("PGE") != std::string_view::npos;
+        Expected& expected = add(eFile, kNoSettings, iPresetValues + (bRefused ? 0 : iBalanceValues));
+        expected.bStartOver = true;
+        if (!bRefused)
+            continue;
+        expected.messages.emplace_back(kRateRefused);
+        expected.bWhole = false;
+        expected.bStandstill = true;
+        expected.bExit = true;
+    }
     if (scene.eState == State::Closing)
         for (const FileFault eFile : { FileFault::TemporaryTaken, FileFault::DiskFull })
             add(eFile, kNotWritten, 1);
