@@ -1,16 +1,19 @@
 /* The hand-shake of a capture: how grab threads are started, begin and end a recording, fail, and are stopped.
  *
  * What the model keeps of src/capture (grab_threads, grab_loop, grab_roles): the flags that threads share, who
- * writes them, and in which order. What it leaves out: time, pictures, and the limits after which a wait gives
- * up; here every wait blocks, so that one which only a limit would end shows as a deadlock.
+ * writes them, and in which order. What it leaves out: time, pictures, the ring's wrap, and the limits after which a
+ * wait gives up; here every wait blocks, so that one which only a limit would end shows as a deadlock.
  *
  * Checked for one to four cameras, at most one of which fails at any moment:
  *   - no state in which somebody waits for ever;
  *   - whoever carries out a stop finds every other thread gone when it stops the cameras;
  *   - every thread is gone when the operator's side goes on;
- *   - each camera that is done was counted once, and no camera joins a recording before the mark.
+ *   - no camera counts a frame of a recording whose mark is not published, and each counts from the mark on;
+ *   - a stop that is asked for never ends behind what camera 0 has, nor makes a recording longer;
+ *   - each camera that is done was counted once, and has all frames of the recording, also of one that a stop has
+ *     shortened or a failure has broken.
  *
- * With -DPLANTED=1..5 one line of the protocol is broken; each must be found.
+ * With -DPLANTED=1..9 one line of the protocol is broken; each must be found.
  */
 
 #ifndef CAMERAS
@@ -26,9 +29,11 @@
 #define STARTS 1
 #endif
 
-#define TARGET 1
+#ifndef TARGET
+#define TARGET 2
+#endif
 #define MARGIN 1 /* frames that are counted beyond the target */
-#define IDLE 255
+#define IDLE -100 /* a camera that is behind the mark has a negative count */
 #define NONE 255
 #define OPERATOR CAMERAS
 
@@ -40,11 +45,14 @@ bool grabRun[CAMERAS], leave[CAMERAS], threadEnded[CAMERAS], alive[CAMERAS];
 
 bool recording, startRequest, stopRequest;
 byte startMark, stopMark, target, doneCameras;
-byte endFrame[CAMERAS], count[CAMERAS];
+byte endFrame[CAMERAS];
+short count[CAMERAS];
 bool done[CAMERAS], doneCounted[CAMERAS];
 
 byte living; /* threads */
+short shortest; /* of whoever carries out a stop: one at a time */
 bool failed; /* one camera at most */
+bool broken; /* the recording is kept as far as every camera came */
 
 #define LEAVING(c) (leave[c] || !grabRun[c])
 
@@ -54,6 +62,55 @@ inline OthersGone(self)
     if
     :: PLANTED == 2 || self == OPERATOR -> living == 0
     :: else -> living == 1
+    fi
+}
+
+/* A recording that is broken off is what every camera has of it. */
+inline KeepBrokenRecording(i)
+{
+    if
+    :: broken ->
+        atomic {
+            broken = false;
+            recording = false;
+            shortest = target;
+            i = 0;
+            do
+            :: i < CAMERAS ->
+                shortest = (count[i] < shortest -> count[i] : shortest);
+                i++
+            :: else -> break
+            od;
+            i = 0
+        }
+        if
+        :: shortest >= 1 ->
+            if
+            :: PLANTED == 7 -> skip
+            :: else -> target = shortest
+            fi;
+            do
+            :: i < CAMERAS ->
+                atomic {
+                    if
+                    :: !done[i] ->
+                        done[i] = true;
+                        if
+                        :: PLANTED == 8 -> skip
+                        :: else -> doneCameras++
+                        fi
+                    :: else -> skip
+                    fi;
+                    i++
+                }
+            :: else ->
+                i = 0;
+                break
+            od
+        :: else -> skip
+        fi;
+        shortest = 0
+    :: else -> skip
     fi
 }
 
@@ -91,6 +148,7 @@ inline StopGrab(self, i)
             break
         od;
         OthersGone(self);
+        KeepBrokenRecording(i);
         stoppingFlag = false;
         atomic {
             i = 0;
@@ -157,6 +215,10 @@ proctype Grab(byte c)
         :: LEAVING(c) -> break
         :: !LEAVING(c) && (endFrame[c] < FRAMES || done[c]) -> skip
         :: atomic { !LEAVING(c) && !failed -> failed = true };
+            if
+            :: recording -> broken = true
+            :: else -> skip
+            fi;
             threadEnded[c] = true;
             StopGrab(c, i);
             recording = false;
@@ -178,7 +240,8 @@ proctype Grab(byte c)
             :: else -> skip
             fi;
             if
-            :: recording && count[c] == IDLE && startMark != NONE && endFrame[c] >= startMark ->
+            :: recording && count[c] == IDLE && (startMark != NONE || PLANTED == 6) ->
+                assert(startMark != NONE);
                 count[c] = endFrame[c] - startMark;
                 doneCounted[c] = false
             :: else -> skip
@@ -191,7 +254,8 @@ proctype Grab(byte c)
                 fi;
                 endFrame[c]++
             :: else -> skip
-            fi
+            fi;
+            assert(count[c] == IDLE || count[c] == endFrame[c] - startMark)
         }
         if
         :: c == 0 && stopRequest && stopMark == NONE ->
@@ -200,9 +264,13 @@ proctype Grab(byte c)
             :: else ->
                 if
                 :: count[0] != IDLE && count[0] >= 1 ->
+                    if
+                    :: PLANTED == 9 -> skip
+                    :: else -> target = (target < count[0] -> target : count[0])
+                    fi;
                     atomic {
-                        target = (target < count[0] -> target : count[0]);
-                        stopMark = endFrame[0]
+                        stopMark = endFrame[0];
+                        assert(stopMark > startMark && target <= stopMark - startMark && target <= TARGET)
                     }
                 :: else -> skip
                 fi
@@ -220,7 +288,7 @@ proctype Grab(byte c)
             :: else -> skip
             fi;
             if
-            :: !done[c] && count[c] != IDLE && count[c] >= target + MARGIN ->
+            :: !done[c] && count[c] >= target + MARGIN ->
                 done[c] = true;
                 if
                 :: !doneCounted[c] ->
@@ -257,6 +325,7 @@ inline StartGrabThreads(i)
     }
     stopMark = NONE;
     stopRequest = false;
+    broken = false;
     if
     :: PLANTED == 4 -> skip
     :: else -> doneCameras = 0
@@ -320,6 +389,10 @@ init
         :: asked && !ended ->
             stopRequest = true;
             ended = true
+        :: asked && recording -> /* what there is is to be kept */
+            broken = true;
+            StopGrab(OPERATOR, i);
+            break
         :: StopGrab(OPERATOR, i);
             break
         od;
@@ -330,7 +403,9 @@ init
             :: i < CAMERAS ->
                 assert(!alive[i]);
                 if
-                :: done[i] -> told++
+                :: done[i] ->
+                    assert(target >= 1 && count[i] >= target);
+                    told++
                 :: else -> skip
                 fi;
                 i++

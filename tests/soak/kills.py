@@ -16,11 +16,14 @@ import shutil
 import sys
 import tempfile
 import time
+import traceback
 
 import recordings
 from victims import Desktop, Partner, Recorder, Settings, Stuck
 
 RECORD_PHASES = ("start", "armed", "recording", "saving", "closing")
+ENOUGH = 50  # so many kills meet each of these:
+MET = ("kills inside a rewrite of the settings", "sockets left behind and found dead", "of them flushed before")
 DESKTOP_PHASES = ("desktop start", "desktop live", "desktop recording", "desktop saving")
 SETTINGS = "desktop settings"
 
@@ -93,8 +96,7 @@ class Soak:
             self.frames += played
             self.found["files that were being written"] += 1
             self.found["of them flushed before"] += played > 0
-        if recorder:
-            recordings.check_companions(self.work, self.recorder.FRAMES)
+        recordings.check_companions(self.work, frames)
         self.settings.check()
         if phase == SETTINGS and hit:
             inside = self.settings.kill_was_inside()
@@ -123,11 +125,19 @@ class Soak:
             wanted = max(1, sum(self.kills.values()) // 8)
             if not plan and self.found["kills inside a rewrite of the settings"] < wanted:
                 plan = [SETTINGS]
+        for what in MET:
+            if sum(self.kills.values()) >= ENOUGH and self.found[what] == 0:
+                raise Stuck(f"{sum(self.kills.values())} kills, and never: {what}")
         # After the last of them everything works as on the first day.
         self.recorder.run_to_end(os.path.join(self.work, "last"))
         self.settings.reset()
         self.desktop.run_to_end(self.work)
         self.settings.learn()
+
+    def close(self):
+        self.partner.close()
+        self.recorder.abandon()
+        self.desktop.abandon()
 
     def report(self):
         for phase, number in sorted(self.kills.items()):
@@ -154,10 +164,12 @@ def main():
         soak.calibrate()
         soak.run(arguments.count, begin + arguments.seconds)
         failed = None
-    except (recordings.Broken, Stuck) as problem:
+    except Exception as problem:  # whatever it is: the files it is about must not go with it
         failed = problem
+        if not isinstance(problem, (recordings.Broken, Stuck)):
+            traceback.print_exc()
     finally:
-        soak.partner.close()
+        soak.close()
     soak.report()
     print(f"kills: {time.monotonic() - begin:.0f} s")
     if failed and arguments.keep:

@@ -39,24 +39,32 @@ def pictures(data, begin, end):
     return found, begin
 
 
+def run_tool(*command):
+    """What a player says of a file: its result, output and complaints."""
+    try:
+        told = subprocess.run(command, capture_output=True, timeout=120, check=False)
+    except subprocess.TimeoutExpired as late:
+        raise Broken(f"{command[0]} does not come to an end with {command[-1]}") from late
+    return told.returncode, told.stdout, told.stderr.decode(errors="replace")
+
+
 def probe(path):
     """Frames that ffprobe decodes; it has nothing to complain of."""
-    told = subprocess.run(
-        ["ffprobe", "-v", "warning", "-count_frames", "-select_streams", "v:0",
-         "-show_entries", "stream=nb_read_frames", "-of", "csv=p=0", path],
-        capture_output=True, text=True, timeout=120, check=False,
-    )
-    if told.returncode != 0 or told.stderr:
-        raise Broken(f"ffprobe: {told.stderr or told.returncode}")
-    return int(told.stdout)
+    result, output, complaints = run_tool(
+        "ffprobe", "-v", "warning", "-count_frames", "-select_streams", "v:0",
+        "-show_entries", "stream=nb_read_frames", "-of", "csv=p=0", path)
+    if result != 0 or complaints or not output.strip().isdigit():
+        raise Broken(f"ffprobe of {path}: {complaints or output or result}")
+    return int(output)
 
 
 def bar_codes(path):
     """When each frame was exposed, in microseconds, as its own picture says."""
-    strip = subprocess.run(
-        ["ffmpeg", "-v", "error", "-i", path, "-vf", "crop=512:16:0:ih-16", "-f", "rawvideo", "-pix_fmt", "gray", "-"],
-        capture_output=True, timeout=120, check=True,
-    ).stdout
+    result, strip, complaints = run_tool(
+        "ffmpeg", "-nostdin", "-v", "error", "-i", path, "-vf", "crop=512:16:0:ih-16", "-f", "rawvideo",
+        "-pix_fmt", "gray", "-")
+    if result != 0:
+        raise Broken(f"ffmpeg of {path}: {complaints or result}")
     codes = []
     for at in range(0, len(strip), 512 * 16):
         row = strip[at + 8 * 512 : at + 9 * 512]
@@ -126,14 +134,19 @@ def check_cut(path, rate, frames):
 
 
 def check_companions(folder, frames):
-    """Tables and reports are there in full or not at all."""
+    """Tables and reports are there in full or not at all. Without `frames` the length of a table is not known."""
     for name in os.listdir(folder):
-        path = os.path.join(folder, name)
-        if name.endswith(".json"):
-            with open(path, encoding="utf-8") as file:
-                json.load(file)
-        elif name.endswith(".csv"):
-            with open(path, encoding="utf-8") as file:
-                lines = file.read().split("\n")
-            if len(lines) != frames + 2 or lines[-1] != "":
-                raise Broken(f"{name} has {len(lines) - 1} lines")
+        if not name.endswith((".json", ".csv")):
+            continue
+        with open(os.path.join(folder, name), "rb") as file:
+            data = file.read()
+        try:
+            text = data.decode()
+            if name.endswith(".json"):
+                json.loads(text)
+                continue
+        except ValueError as problem:
+            raise Broken(f"{name} of {len(data)} bytes: {problem}") from problem
+        lines = text.split("\n")
+        if lines[-1] != "" or (frames is not None and len(lines) != frames + 2):
+            raise Broken(f"{name} has {len(lines) - 1} lines")

@@ -18,7 +18,19 @@ class Stuck(Exception):
     """A program did not get as far as it always does."""
 
 
-class Recorder:
+class Victim:
+    """A program that is started and killed, one at a time."""
+
+    process = None
+
+    def abandon(self):
+        """Ends it, whatever it is at. Harmless when it has ended."""
+        if self.process is not None and self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+
+
+class Recorder(Victim):
     """tessel-record with two simulated cameras, watched through its progress line."""
 
     RATE = 200
@@ -51,6 +63,7 @@ class Recorder:
         while not matches(self.text):
             ready, _, _ = select.select([self.master], [], [], max(0.0, limit - time.monotonic()))
             if not ready:
+                self.abandon()
                 raise Stuck(f"tessel-record says nothing more: {self.text[-300:]!r}")
             try:
                 block = os.read(self.master, 65536)
@@ -68,7 +81,7 @@ class Recorder:
         try:
             status = self.process.wait(PATIENCE)
         except subprocess.TimeoutExpired as late:
-            self.process.kill()
+            self.abandon()
             raise Stuck("tessel-record does not end") from late
         os.close(self.master)
         if not kill and status != 0:
@@ -224,7 +237,7 @@ class Settings:
         return "half" if size < len(self.content()) else "full"
 
 
-class Desktop:
+class Desktop(Victim):
     """tessel as its partner starts it, four simulated cameras, no screen.
 
     A partner's recording is as long as memory allows: this much allows one second."""
@@ -267,7 +280,7 @@ class Desktop:
             if self.process.poll() is not None:
                 raise Stuck(f"tessel ended with {self.process.returncode}: {self.said!r}")
             if time.monotonic() > limit:
-                self.process.kill()
+                self.abandon()
                 raise Stuck(f"tessel does not get on: {self.said!r}")
 
     def wait_live(self):
@@ -286,8 +299,7 @@ class Desktop:
         try:
             status = self.process.wait(PATIENCE)
         except subprocess.TimeoutExpired as late:
-            self.process.kill()
-            self.process.wait()
+            self.abandon()
             raise Stuck(f"tessel does not end: {self.said!r}") from late
         if not kill and status != 0:
             raise Stuck(f"tessel ends with {status}: {self.said!r}")
@@ -352,5 +364,8 @@ class Desktop:
 
     def socket_is_dead(self):
         """A killed program's socket is left; nobody answers there, so the next start takes its place."""
-        path = self.partner.path("Tessel")
-        return os.path.exists(path) and not self.partner.say("command 1")
+        if not os.path.exists(self.partner.path("Tessel")):
+            return False
+        if self.partner.say("command 1"):
+            raise Stuck("a killed program answers")
+        return True
