@@ -16,7 +16,7 @@ struct ProcessState {
     std::uint64_t uiResidentKiB = 0;
 };
 
-constexpr std::uint64_t kResidentSlackKiB = 48 << 10; ///< libraries' own pages, touched with their first use
+constexpr std::uint64_t kResidentSlackKiB = 2 << 10; ///< pages of the heap in which something small is left
 constexpr std::ptrdiff_t kHeapSlackBytes = 256;
 
 inline ProcessState ReadProcessState()

@@ -4,6 +4,7 @@
 
 #include <random>
 #include <string>
+#include <string_view>
 
 namespace vireo::test {
 
@@ -23,6 +24,8 @@ public:
     {
     }
 
+    static constexpr int kOutsideHz = 30; ///< of the trigger from outside
+
     std::string strSource;
     std::string strFaults;
     bool bTrigger = false; ///< recordings begin with a trigger from outside
@@ -39,18 +42,20 @@ public:
         const auto& model = kModels[Between(0, 5)];
         m_iCameras = Between(1, 4);
         m_iLargestSize = model.iLargestSize;
+        m_bInStep = !std::string_view(model.pModel).starts_with("GRAS");
         strSource = "simulated:" + std::to_string(m_iCameras) + "x" + model.pModel;
         strFaults.clear();
         m_bMayEndEarly = false;
         m_bMayRefuse = false;
         m_bExact = true;
+        m_bMayLoseTheFirst = false;
         bTrigger = false;
         iTakes = Between(1, 6);
         if (Chance(40))
             return;
         bTrigger = Chance(15);
         if (bTrigger) {
-            Add("trigger:30@" + std::to_string(Between(100, 900)));
+            Add("trigger:" + std::to_string(kOutsideHz) + "@" + std::to_string(Between(100, 900)));
             return;
         }
         for (int i = Between(1, 3); i > 0; --i)
@@ -81,6 +86,22 @@ public:
     bool MayRefuse() const { return m_bMayRefuse; }
     /// Nothing moves the exposures of a camera in step away from the others', not even a little.
     bool IsExact() const { return m_bExact; }
+    /// The cameras expose on common edges; else each runs free.
+    bool IsInStep() const { return m_bInStep; }
+    /// The exposures come at the pace of the trigger from outside; cameras that run free wait for its level only.
+    bool HasOutsidePace() const { return bTrigger && m_bInStep; }
+    /// A camera may fall out of the trigger's step and pace itself.
+    bool LosesItsTrigger() const { return strFaults.find("untrigger:") != std::string::npos; }
+    /// The first exposures of a capture may be lost; no camera can tell, and it is one or more behind from then on.
+    bool MayLoseTheFirst() const { return m_bMayLoseTheFirst; }
+    /// A fault may keep two cameras' clocks from being compared: frames that arrive late, or clocks of their own where
+    /// no common edge says what the other should show.
+    bool MayBeUnchecked() const
+    {
+        const bool bOwnClock =
+            strFaults.find("skew:") != std::string::npos || strFaults.find("drift:") != std::string::npos;
+        return strFaults.find("stall:") != std::string::npos || (bOwnClock && !m_bInStep);
+    }
 
 private:
     /// Not the same kind twice at the same camera: that would be wrong use.
@@ -93,8 +114,11 @@ private:
     void AddFault()
     {
         const std::string strCamera = std::to_string(Between(0, m_iCameras - 1));
-        const std::string strAt = strCamera + "@" + std::to_string(Between(0, 150));
-        switch (Between(0, 11)) {
+        const int iAt = Between(0, Chance(60) ? 40 : 150);
+        const std::string strAt = strCamera + "@" + std::to_string(iAt);
+        const int iKind = Between(0, 11);
+        m_bMayLoseTheFirst = m_bMayLoseTheFirst || (iAt == 0 && iKind <= 2);
+        switch (iKind) {
         case 0: return Add("drop:" + strAt + "x" + std::to_string(Between(1, 20)));
         case 1: return Add("missedge:" + strAt);
         case 2: return Add("torn:" + strAt + "x" + std::to_string(Between(1, 3)));
@@ -121,6 +145,8 @@ private:
     bool m_bMayEndEarly = false;
     bool m_bMayRefuse = false;
     bool m_bExact = true;
+    bool m_bInStep = false;
+    bool m_bMayLoseTheFirst = false;
 };
 
 } // namespace vireo::test
