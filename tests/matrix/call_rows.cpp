@@ -135,11 +135,9 @@ const CallRow kRows[] = {
     // With a recording.
     { Recorded, kUi | kMaster, GetProperty, "13", kSilent, GoesOn, Recorded },
     { Recorded, kUi, GetProperty, "16", kSilent, GoesOn, Recorded },
-    // The report of a saved take looks whether the camera is still there.
-    { Recorded, kUi, GetCameraInfo, "", kSilent, GoesOn, Reported },
-    { Reported, kUi | kMaster, ReadRegister, "0x11F0", kSilent, GoesOn, Reported },
-    { Reported, kUi | kMaster, WriteRegister, "0x11F0", kLevel, Told, Reported },
-    { Reported, kUi, GetCameraInfo, "", kInfo, GivesUp, Configure },
+    { Recorded, kUi | kMaster, ReadRegister, "0x11F0", kSilent, GoesOn, Recorded },
+    { Recorded, kUi | kMaster, WriteRegister, "0x11F0", kLevel, Told, Recorded },
+    { Recorded, kUi, GetCameraInfo, "", kInfo, GivesUp, Configure },
     // clang-format on
 };
 

@@ -36,7 +36,6 @@ enum class Step {
     Post,
     Level,
     Recorded,
-    Reported,
     Flowing,
     Beginning,
     Closed,
