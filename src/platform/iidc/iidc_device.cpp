@@ -273,10 +273,14 @@ Error IidcDevice::WriteProperty(const Property& property)
             m_fAskedShutter = fValue;
         else
             return WriteAbsolute(row.eFeature, fValue);
-        // A rate or shutter that the camera is not held to is written all the same.
+        const HeldRate held = ReadHeldRate();
         const bool bRate = property.type == PropertyType::FrameRate;
-        if (bRate && ReadHeldRate().fFps != m_fAskedRate)
-            return WriteAbsolute(row.eFeature, fValue);
+        if (held.fFps <= 0.0F || (bRate && held.bStandardMode))
+            return WriteAbsolute(row.eFeature, fValue); // nothing limits it
+        if (Error error = Translate(dc1394_feature_set_absolute_control(Get(), row.eFeature, DC1394_ON),
+                "absolute control", ErrorType::PropertyFailed);
+            !error.IsOk())
+            return error;
         return ApplyRate();
     }
     return Translate(
