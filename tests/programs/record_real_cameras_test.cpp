@@ -44,6 +44,7 @@ protected:
     /// Runs the program on `strCameras`; the report goes to m_report.
     ToolResult Record(const std::string& strCameras, const std::vector<std::string>& arguments)
     {
+        ClearFolder();
         ToolResult result = RunTool(Command(strCameras, arguments));
         m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
         return result;
@@ -55,11 +56,12 @@ protected:
         std::vector<std::string> command { "env", "TESSEL_USB_CAMERAS=" + strCables };
         const std::vector<std::string> rest = Command(strCameras, arguments);
         command.insert(command.end(), rest.begin(), rest.end());
+        ClearFolder();
         ToolResult result = RunTool(command);
         m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
         return result;
     }
-    /// The next recording may have the same name.
+    /// No recording is written over another one.
     void ClearFolder() const
     {
         for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path()))
@@ -178,7 +180,6 @@ TEST_F(RecordRealCameras, UsbCamerasOfBothKindsAreConfiguredRecordedAndSaved)
         EXPECT_EQ(Camera(0).at("model"), row.pModel);
         EXPECT_EQ(Camera(0).at("interface"), "USB3");
         ExpectWhole(File(), 200, 200, 5000);
-        std::filesystem::remove(File());
     }
 }
 
@@ -204,7 +205,6 @@ TEST_F(RecordRealCameras, TwoUsbCamerasShowTheSameMomentInEveryFrame)
         ASSERT_EQ(m_report.at("cameras").size(), 2U);
         ExpectWhole(File("-cam1"), 100, 200, 10000);
         EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
-        ClearFolder();
     }
 }
 
@@ -218,7 +218,6 @@ TEST_F(RecordRealCameras, TheExternalTriggerStartsTwoUsbCameras)
         EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
         ExpectWhole(File("-cam1"), 100, 100, 20000);
         EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
-        ClearFolder();
     }
 }
 
@@ -235,7 +234,6 @@ TEST_F(RecordRealCameras, UsbCamerasThatAKilledProgramLeftSendingAreConfiguredAn
         EXPECT_EQ(m_report.at("verdict"), "in sync") << m_report.at("reason");
         ExpectWhole(File("-cam1"), 200, 200, 5000);
         EXPECT_EQ(DecodedBarCodes(File("-cam2")), DecodedBarCodes(File("-cam1")));
-        ClearFolder();
     }
 }
 
@@ -269,7 +267,6 @@ TEST_F(RecordRealCameras, AUsbCameraWhosePlugIsPulledInMidRecordingIsNamedAndNot
             EXPECT_EQ(Camera(i).at("lost"), i == row.uiLost);
             ExpectWhole(strFile, 100, uiFrames, 10000);
         }
-        ClearFolder();
     }
 }
 
@@ -336,7 +333,6 @@ TEST_F(RecordRealCameras, ACameraThatAnotherProgramTakesInMidRecordingIsNamedAnd
             EXPECT_EQ(Camera(i).at("lost"), i == 1);
             EXPECT_EQ(FramesByFfprobe(strFile), "100/1," + std::to_string(uiFrames) + "\n");
         }
-        ClearFolder();
     }
 }
 
