@@ -41,12 +41,18 @@ protected:
         command.push_back(m_folder / "take");
         return command;
     }
+    /// The program writes its next report over no other.
+    void TakeReport()
+    {
+        m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
+        std::filesystem::remove(m_folder / "report.json");
+    }
     /// Runs the program on `strCameras`; the report goes to m_report.
     ToolResult Record(const std::string& strCameras, const std::vector<std::string>& arguments)
     {
         ClearFolder();
         ToolResult result = RunTool(Command(strCameras, arguments));
-        m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
+        TakeReport();
         return result;
     }
     /// The same with other cameras on the USB cables.
@@ -58,7 +64,7 @@ protected:
         command.insert(command.end(), rest.begin(), rest.end());
         ClearFolder();
         ToolResult result = RunTool(command);
-        m_report = json::parse(ReadFile(m_folder / "report.json"), nullptr, false);
+        TakeReport();
         return result;
     }
     /// No recording is written over another one.
