@@ -122,7 +122,8 @@ protected:
 private:
     bool XTool(const std::vector<std::string>& arguments) const
     {
-        std::vector<std::string> command { "env", "DISPLAY=" + m_display.Name(), "timeout", "20", "xdotool" };
+        std::vector<std::string> command { "env", "LC_ALL=C.UTF-8", "DISPLAY=" + m_display.Name(), "timeout", "20",
+            "xdotool" };
         command.insert(command.end(), arguments.begin(), arguments.end());
         return RunTool(command).iExit == 0;
     }

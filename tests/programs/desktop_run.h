@@ -61,7 +61,7 @@ protected:
     }
     std::string XTool(std::vector<std::string> arguments) const
     {
-        std::vector<std::string> command { "env", "DISPLAY=" + m_display.Name(), "timeout", "20" };
+        std::vector<std::string> command { "env", "LC_ALL=C.UTF-8", "DISPLAY=" + m_display.Name(), "timeout", "20" };
         command.insert(command.end(), arguments.begin(), arguments.end());
         const ToolResult result = RunTool(command);
         return result.iExit == 0 ? result.strOut : std::string();
