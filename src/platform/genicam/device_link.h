@@ -1,9 +1,7 @@
 #pragma once
-#include "platform/clock.h"
+#include "platform/device/presence.h"
 
-#include <atomic>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,10 +12,9 @@ namespace vireo {
 /// it finds no clock any more. Any thread.
 class DeviceLink {
 public:
-    static constexpr ClockTime kSilence = kNsPerSecond; ///< without a frame, before a camera is asked
-
     explicit DeviceLink(Clock& clock)
         : m_pClock(&clock)
+        , m_presence(clock)
     {
     }
 
@@ -26,32 +23,28 @@ public:
     {
         std::lock_guard lock(m_mutex);
         m_pClock = nullptr;
+        m_presence.Detach();
     }
 
     /// The camera does not answer any more. Final; the first reason stays.
     void SetGone(const std::string& strReason)
     {
         std::lock_guard lock(m_mutex);
-        if (m_bGone)
+        if (IsGone())
             return;
         m_strReason = strReason;
-        m_bGone = true;
+        m_presence.SetGone();
         Wake();
     }
-    /// A question got no answer. A camera whose frames flow is there all the same: the answer was lost, or the
-    /// computer is busy, and no recording ends for that.
+    /// A question got no answer; of a camera whose frames flow that says nothing.
     void SetUnanswered()
     {
         if (!IsHeard())
             SetGone("it does not answer");
     }
     /// A whole frame came a moment ago.
-    bool IsHeard() const
-    {
-        std::lock_guard lock(m_mutex);
-        return m_pClock != nullptr && m_heardAt && m_pClock->Now() - *m_heardAt < kSilence;
-    }
-    bool IsGone() const { return m_bGone; }
+    bool IsHeard() const { return m_presence.IsHeard(); }
+    bool IsGone() const { return m_presence.IsGone(); }
     std::string Reason() const
     {
         std::lock_guard lock(m_mutex);
@@ -88,7 +81,7 @@ public:
         if (m_pClock == nullptr || m_arrivals.empty())
             return;
         if (bWhole)
-            m_heardAt = m_pClock->Now();
+            m_presence.Heard(m_pClock->Now());
         m_arrivals[m_uiDone % m_arrivals.size()] = m_pClock->Now();
         m_uiDone++;
         Wake();
@@ -112,7 +105,7 @@ public:
             return Wait::Cancelled;
         const std::uint64_t uiPokes = m_uiPokes;
         m_pClock->WaitUntil(lock, m_changed, deadline, [this, uiPokes] {
-            return m_uiTaken != m_uiDone || m_bCancelled || !m_bRunning || m_bGone || m_uiPokes != uiPokes;
+            return m_uiTaken != m_uiDone || m_bCancelled || !m_bRunning || IsGone() || m_uiPokes != uiPokes;
         });
         if (m_bCancelled || !m_bRunning)
             return Wait::Cancelled;
@@ -121,7 +114,7 @@ public:
             m_uiTaken++;
             return Wait::Frame;
         }
-        return m_bGone ? Wait::Gone : Wait::Timeout;
+        return IsGone() ? Wait::Gone : Wait::Timeout;
     }
     bool FrameWaits() const
     {
@@ -139,10 +132,9 @@ private:
     mutable std::mutex m_mutex;
     WaitPoint m_changed;
     Clock* m_pClock;
-    std::atomic<bool> m_bGone = false;
+    Presence m_presence;
     std::string m_strReason;
     std::vector<ClockTime> m_arrivals; ///< ring; one place for every buffer of the driver
-    std::optional<ClockTime> m_heardAt; ///< when the last whole frame was done
     std::uint64_t m_uiDone = 0;
     std::uint64_t m_uiTaken = 0;
     std::uint64_t m_uiPokes = 0;

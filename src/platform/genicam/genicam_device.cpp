@@ -82,7 +82,7 @@ void DeviceSession::Watch(ClockTime now)
 {
     if (m_answered->exchange(false))
         Heard(now);
-    if (m_link->IsGone() || now - m_heardAt < DeviceLink::kSilence)
+    if (m_link->IsGone() || now - m_heardAt < Presence::kSilence)
         return;
     if (m_question->IsOverdue(now))
         m_link->SetGone("it does not answer");

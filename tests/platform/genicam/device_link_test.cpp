@@ -93,11 +93,11 @@ TEST_F(DeviceLinkTest, ACameraThatDoesNotAnswerIsGoneOnlyWhenItsFramesFailToCome
     m_clock.SleepUntil(10 * kNsPerSecond);
     m_link.BeginRun(4);
     m_link.FrameDone();
-    m_clock.SleepUntil(10 * kNsPerSecond + DeviceLink::kSilence / 2);
+    m_clock.SleepUntil(10 * kNsPerSecond + Presence::kSilence / 2);
     m_link.SetUnanswered();
     EXPECT_FALSE(m_link.IsGone());
     m_link.FrameDone(false); // a torn one may be the last of a camera that has died
-    m_clock.SleepUntil(10 * kNsPerSecond + DeviceLink::kSilence);
+    m_clock.SleepUntil(10 * kNsPerSecond + Presence::kSilence);
     m_link.SetUnanswered();
     EXPECT_TRUE(m_link.IsGone());
     EXPECT_EQ(m_link.Reason(), "it does not answer");
