@@ -122,8 +122,7 @@ protected:
 private:
     bool XTool(const std::vector<std::string>& arguments) const
     {
-        std::vector<std::string> command { "env", "LC_ALL=C.UTF-8", "DISPLAY=" + m_display.Name(), "timeout", "20",
-            "xdotool" };
+        std::vector<std::string> command { "env", "DISPLAY=" + m_display.Name(), "timeout", "20", "xdotool" };
         command.insert(command.end(), arguments.begin(), arguments.end());
         return RunTool(command).iExit == 0;
     }
@@ -131,6 +130,7 @@ private:
     {
         return { { "XDG_RUNTIME_DIR", m_folder / "runtime" }, { "XDG_CONFIG_HOME", m_folder / "config" },
             { "DISPLAY", m_display.Name() }, { "WAYLAND_DISPLAY", "" }, { "QT_QPA_PLATFORM", "xcb" },
+            { "LC_ALL", "C.UTF-8" }, // else its titles are not set as text
             { "LIBGL_ALWAYS_SOFTWARE", "1" }, { "TESSEL_CAMERAS", m_strCameras }, { "TESSEL_SIM_FAULTS", m_strFaults },
             { "TESSEL_MEMORY_LIMIT", m_strMemory } };
     }

@@ -38,7 +38,8 @@ protected:
     {
         std::vector<std::pair<std::string, std::string>> environment { { "XDG_RUNTIME_DIR", m_folder / "runtime" },
             { "XDG_CONFIG_HOME", m_folder.Path() }, { "DISPLAY", m_display.Name() }, { "WAYLAND_DISPLAY", "" },
-            { "QT_QPA_PLATFORM", "xcb" }, { "TESSEL_CAMERAS", strCameras }, { "TESSEL_SIM_FAULTS", strFaults } };
+            { "QT_QPA_PLATFORM", "xcb" }, { "LC_ALL", "C.UTF-8" }, { "TESSEL_CAMERAS", strCameras },
+            { "TESSEL_SIM_FAULTS", strFaults } };
         environment.insert(environment.end(), m_environment.begin(), m_environment.end());
         m_program = std::make_unique<RunningProgram>(
             std::vector<std::string> { "sh", "-c", "cd '" + (m_folder / "work") + "' && exec " TESSEL_PROGRAM },
@@ -61,7 +62,7 @@ protected:
     }
     std::string XTool(std::vector<std::string> arguments) const
     {
-        std::vector<std::string> command { "env", "LC_ALL=C.UTF-8", "DISPLAY=" + m_display.Name(), "timeout", "20" };
+        std::vector<std::string> command { "env", "DISPLAY=" + m_display.Name(), "timeout", "20" };
         command.insert(command.end(), arguments.begin(), arguments.end());
         const ToolResult result = RunTool(command);
         return result.iExit == 0 ? result.strOut : std::string();
