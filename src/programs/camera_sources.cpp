@@ -117,6 +117,7 @@ std::unique_ptr<CameraLibrary> OpenCameraSources(
     if (!strError.empty())
         return nullptr;
     std::vector<std::unique_ptr<CameraLibrary>> libraries;
+    libraries.reserve(backends.size());
     for (const Backend* pBackend : backends)
         libraries.push_back(pBackend->pOpen(clock, log, sources));
     if (libraries.size() == 1)

@@ -119,6 +119,7 @@ int main(int argc, char** argv)
     }
     std::vector<std::string> toolkitArguments = ToolkitArguments(argv[0]);
     std::vector<char*> toolkitArgv;
+    toolkitArgv.reserve(toolkitArguments.size() + 1);
     for (std::string& strArgument : toolkitArguments)
         toolkitArgv.push_back(strArgument.data());
     int iToolkitArguments = static_cast<int>(toolkitArgv.size());

@@ -50,7 +50,7 @@ CamControlDlg::CamControlDlg(CVireoDoc& doc, RunAction runAction, QWidget* pPare
 
 CamControlDlg::~CamControlDlg() { qApp->removeEventFilter(this); }
 
-void CamControlDlg::Open()
+void CamControlDlg::Open() // NOLINT(bugprone-virtual-near-miss): the window system calls it so
 {
     UpdatePresetButtons();
     FillHistory();

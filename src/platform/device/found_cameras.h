@@ -47,6 +47,7 @@ Error FindGuidBySerial(
 template <typename Record> std::vector<CameraInfo> InfosOf(const std::vector<Record>& cameras)
 {
     std::vector<CameraInfo> infos;
+    infos.reserve(cameras.size());
     for (const Record& camera : cameras)
         infos.push_back(camera.info);
     return infos;

@@ -198,7 +198,7 @@ Error Features::Translate(const GError* pError, std::string_view strWhat, ErrorT
         eType = ErrorType::InvalidParameter;
     if (pError->domain == ARV_DEVICE_ERROR) {
         switch (pError->code) {
-        case ARV_DEVICE_ERROR_TIMEOUT: eType = ErrorType::Disconnected; break; // every retry went unanswered
+        case ARV_DEVICE_ERROR_TIMEOUT: // every retry went unanswered
         case ARV_DEVICE_ERROR_NOT_CONNECTED: eType = ErrorType::Disconnected; break;
         case ARV_DEVICE_ERROR_TRANSFER_ERROR: eType = ErrorType::TransportFailed; break;
         case ARV_DEVICE_ERROR_NOT_CONTROLLER:
@@ -313,7 +313,7 @@ Error Features::GetSwitch(Feature eFeature, bool& bOn)
         return error;
     if (ARV_IS_GC_ENUMERATION(Node(eFeature))) {
         std::string strValue;
-        const Error error = GetChoice(eFeature, strValue);
+        Error error = GetChoice(eFeature, strValue);
         if (error.IsOk())
             bOn = strValue != "Off" && strValue != "False";
         return error;

@@ -68,7 +68,7 @@ Error SetStandardMode(OpenDevice& device, double dFps)
 template <typename Base> Error GenicamCameraBase<Base>::ReadRegister(std::uint32_t uiAddress, std::uint32_t& uiValue)
 {
     Register word { uiAddress, 0 };
-    const Error error = m_device.Fill(word, ReadControl);
+    Error error = m_device.Fill(word, ReadControl);
     if (error.IsOk())
         uiValue = word.uiValue;
     return error;
@@ -106,7 +106,7 @@ template <typename Base> Error GenicamCameraBase<Base>::SetTriggerMode(const Tri
 
 template <typename Base> Error GenicamCameraBase<Base>::GetStrobeInfo(StrobeInfo& info)
 {
-    const Error error = m_device.Fill(info, ReadStrobeInfo);
+    Error error = m_device.Fill(info, ReadStrobeInfo);
     if (error.IsOk() && !info.present) // no error, but the log tells which camera it was
         (void)m_device.Do([uiLine = info.source](OpenDevice& device) {
             return device.features->Fail(ErrorType::NotSupported, "no strobe on line " + std::to_string(uiLine));
@@ -140,7 +140,7 @@ Error GenicamUsbCamera::SetVideoModeAndFrameRate(VideoMode eMode, FrameRateCode 
 Error GenicamUsbCamera::GetFormat7Info(Format7Info& info, bool& bSupported)
 {
     Format7Answer answer { info, false };
-    const Error error = m_device.Fill(answer, AskFormat7);
+    Error error = m_device.Fill(answer, AskFormat7);
     if (error.IsOk()) {
         info = answer.info;
         bSupported = answer.bSupported;
@@ -189,7 +189,7 @@ Error GenicamGigECamera::DoAndLog(const std::function<Error(OpenDevice&, std::st
 Error GenicamGigECamera::ReadGVCPRegister(std::uint32_t uiAddress, std::uint32_t& uiValue)
 {
     Register word { uiAddress, 0 };
-    const Error error = m_device.Fill(word, ReadBootstrapWord);
+    Error error = m_device.Fill(word, ReadBootstrapWord);
     if (error.IsOk())
         uiValue = word.uiValue;
     return error;
@@ -209,7 +209,7 @@ Error GenicamGigECamera::GetNumStreamChannels(std::uint32_t& uiChannels)
 Error GenicamGigECamera::GetGigEStreamChannelInfo(std::uint32_t uiChannel, GigEStreamChannel& channel)
 {
     NumberedChannel numbered { uiChannel, channel };
-    const Error error = m_device.Fill(numbered, ReadStreamChannel);
+    Error error = m_device.Fill(numbered, ReadStreamChannel);
     if (error.IsOk())
         channel = numbered.channel;
     return error;
@@ -230,7 +230,7 @@ Error GenicamGigECamera::DiscoverGigEPacketSize(std::uint32_t& uiPacketSize)
 Error GenicamGigECamera::QueryGigEImagingMode(ImagingMode mode, bool& bSupported)
 {
     ModeAnswer answer { mode, false };
-    const Error error = m_device.Fill(answer, AskMode);
+    Error error = m_device.Fill(answer, AskMode);
     if (error.IsOk())
         bSupported = answer.bSupported;
     return error;

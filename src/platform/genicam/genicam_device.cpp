@@ -95,7 +95,7 @@ void DeviceSession::Ask(ClockTime now)
     if (m_link->IsGone() || !m_question->Begin(now))
         return;
     Later([question = m_question, answered = m_answered](OpenDevice& device) {
-        const Error error = AskWhetherThere(device);
+        Error error = AskWhetherThere(device);
         *answered = !device.link->IsGone();
         question->Answer();
         return error;
@@ -271,7 +271,7 @@ Error GenicamDevice::StartCapture()
 {
     if (Error error = PrepareCapture(); !error.IsOk())
         return error;
-    const Error error = BeginCapture();
+    Error error = BeginCapture();
     if (!error.IsOk())
         (void)StopCapture();
     return error;
@@ -384,7 +384,7 @@ void GenicamDevice::RefreshPins(DeviceSession& session, ClockTime now)
     m_pinsAt = now;
     session.Later([](OpenDevice& device) {
         std::uint32_t uiPins = 0;
-        const Error error = device.link->IsGone() ? Error(ErrorType::Disconnected) : ReadPins(device, uiPins);
+        Error error = device.link->IsGone() ? Error(ErrorType::Disconnected) : ReadPins(device, uiPins);
         if (error.IsOk())
             device.embedding->uiPins = uiPins;
         if (error == ErrorType::Disconnected)

@@ -104,7 +104,7 @@ public:
     template <typename T> Error Fill(T& value, Error (*pRead)(OpenDevice&, T&))
     {
         auto copy = std::make_shared<T>(value); // the job may outlive this call
-        const Error error = Do([copy, pRead](OpenDevice& device) { return pRead(device, *copy); });
+        Error error = Do([copy, pRead](OpenDevice& device) { return pRead(device, *copy); });
         if (error.IsOk())
             value = *copy;
         return error;

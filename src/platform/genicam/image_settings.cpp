@@ -62,7 +62,7 @@ Error MeasureRoom(OpenDevice& device, Feature eSize, Feature eOffset, FeatureRan
     if (iOffset != 0)
         if (Error error = features.SetInteger(eOffset, 0); !error.IsOk())
             return error;
-    const Error error = features.GetRange(eSize, range);
+    Error error = features.GetRange(eSize, range);
     if (iOffset != 0)
         if (Error restored = features.SetInteger(eOffset, iOffset); !restored.IsOk())
             return restored;
@@ -73,8 +73,8 @@ Error ReadLimit(OpenDevice& device, Feature eMax, Feature eSize, Feature eOffset
 {
     std::int64_t iMax = 0;
     FeatureRange range;
-    const Error error = device.features->Has(eMax) ? device.features->GetInteger(eMax, iMax)
-                                                   : MeasureRoom(device, eSize, eOffset, range);
+    Error error = device.features->Has(eMax) ? device.features->GetInteger(eMax, iMax)
+                                             : MeasureRoom(device, eSize, eOffset, range);
     if (error.IsOk())
         uiMax = static_cast<std::uint32_t>(std::max(iMax, static_cast<std::int64_t>(range.dMax)));
     return error;
@@ -86,7 +86,7 @@ Error ReadStep(Features& features, Feature eFeature, std::uint32_t& uiStep)
     if (!features.Has(eFeature))
         return {};
     std::int64_t iStep = 1;
-    const Error error = features.GetStep(eFeature, iStep);
+    Error error = features.GetStep(eFeature, iStep);
     uiStep = static_cast<std::uint32_t>(iStep);
     return error;
 }
@@ -201,7 +201,7 @@ Error ReadFormat7Info(OpenDevice& device, Format7Info& info, bool& bSupported)
     if (bSwitch)
         if (Error error = SetMode(device, info.mode); !error.IsOk())
             return error;
-    const Error error = bThere ? ReadImageInfo(device, limits) : Error();
+    Error error = bThere ? ReadImageInfo(device, limits) : Error();
     if (bSwitch)
         if (Error restored = SetMode(device, before); !restored.IsOk())
             return restored;

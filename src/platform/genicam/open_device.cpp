@@ -44,7 +44,7 @@ Error CheckControl(OpenDevice& device, const DeviceRecord& record)
     if (!device.bGigE || arv_gv_device_is_controller(ARV_GV_DEVICE(device.Device())))
         return {};
     std::uint32_t uiHeld = 0;
-    const Error error = device.features->ReadWord(kControlRegister, uiHeld);
+    Error error = device.features->ReadWord(kControlRegister, uiHeld);
     if (error == ErrorType::Disconnected)
         return error;
     return Taken(record);
@@ -116,20 +116,19 @@ Error OpenCamera(const DeviceRecord& record, OpenDevice& device)
     }
     device.bGigE = record.bGigE;
     device.features = std::make_unique<Features>(device.Device(), record.Name());
-    if (const Error denied = CheckControl(device, record); !denied.IsOk())
+    if (Error denied = CheckControl(device, record); !denied.IsOk())
         return denied;
     if (device.bGigE) // a camera that keeps a time of its own is as good
-        if (const Error mute = device.features->WriteWord(kHeartbeatRegister, kHeartbeatMs);
-            mute == ErrorType::Disconnected)
+        if (Error mute = device.features->WriteWord(kHeartbeatRegister, kHeartbeatMs); mute == ErrorType::Disconnected)
             return mute;
     if (device.bGigE)
-        if (const Error mute = ReadClock(device); mute == ErrorType::Disconnected)
+        if (Error mute = ReadClock(device); mute == ErrorType::Disconnected)
             return mute;
     device.ulLostHandler =
         g_signal_connect(device.Device(), "control-lost", G_CALLBACK(OnControlLost), device.link.get());
-    if (const Error mute = StopLeftRunning(device); !mute.IsOk())
+    if (Error mute = StopLeftRunning(device); !mute.IsOk())
         return mute;
-    if (const Error unread = ReadMode(device, device.remembered.mode); unread == ErrorType::Disconnected)
+    if (Error unread = ReadMode(device, device.remembered.mode); unread == ErrorType::Disconnected)
         return unread;
     ReadInfo(device, record);
     return {};

@@ -61,10 +61,9 @@ Error WriteTriggerDetails(OpenDevice& device, const TriggerMode& mode)
     if (mode.source != kSoftwareSource)
         if (Error error = ClearInput(device, mode.source); !error.IsOk())
             return error;
-    const Error source = mode.source == kSoftwareSource
-        ? features.SetChoice(Feature::TriggerSource, "Software")
-        : features.SetFirstChoice(
-            Feature::TriggerSource, { LineName(mode.source), "Input" + std::to_string(mode.source) });
+    Error source = mode.source == kSoftwareSource ? features.SetChoice(Feature::TriggerSource, "Software")
+                                                  : features.SetFirstChoice(Feature::TriggerSource,
+                                                      { LineName(mode.source), "Input" + std::to_string(mode.source) });
     if (!source.IsOk())
         return source;
     if (features.Has(Feature::TriggerActivation))
@@ -108,7 +107,7 @@ Error SwitchStrobe(Features& features, bool bOn)
             return error;
     if (bOn)
         return features.SetFirstChoice(Feature::LineSource, { "ExposureActive", "Strobe" });
-    const Error error = features.SetFirstChoice(
+    Error error = features.SetFirstChoice(
         Feature::LineSource, { "Off", "UserOutput", "UserOutput0", "UserOutput1", "UserOutput2", "UserOutput3" });
     if (!(error == ErrorType::NotSupported))
         return error;

@@ -104,7 +104,7 @@ Error IidcDevice::CheckSettings(const Format7ImageSettings& settings)
 Error IidcDevice::Validate(
     const Format7ImageSettings& settings, bool bMayTry, bool& bValid, Format7PacketInfo& packetInfo)
 {
-    const Error checked = CheckSettings(settings);
+    Error checked = CheckSettings(settings);
     if (!checked.IsOk() && !(checked == ErrorType::InvalidSettings))
         return checked;
     bool bGood = checked.IsOk();

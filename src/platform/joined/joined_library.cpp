@@ -116,7 +116,7 @@ Error JoinedLibrary::GetCameraFromSerialNumber(unsigned int uiSerialNumber, PGRG
 Error JoinedLibrary::GetInterfaceTypeFromGuid(const PGRGuid& guid, InterfaceType& eInterface)
 {
     for (const auto& library : m_libraries) {
-        const Error error = library->GetBusManager().GetInterfaceTypeFromGuid(guid, eInterface);
+        Error error = library->GetBusManager().GetInterfaceTypeFromGuid(guid, eInterface);
         if (!(error == ErrorType::NotFound))
             return error;
     }

@@ -32,7 +32,7 @@ std::string Environment(const std::string& strName)
 
 std::string HomeFolder()
 {
-    const std::string strHome = Environment("HOME");
+    std::string strHome = Environment("HOME");
     if (!strHome.empty())
         return strHome;
     std::array<char, 4096> buffer {};
@@ -73,7 +73,7 @@ std::ptrdiff_t Characters(const std::string& strText)
 
 std::string LinuxPaths::ApplicationData() const
 {
-    const std::string strConfig = Environment("XDG_CONFIG_HOME");
+    std::string strConfig = Environment("XDG_CONFIG_HOME");
     if (strConfig.starts_with('/'))
         return strConfig;
     const std::string strHome = HomeFolder();

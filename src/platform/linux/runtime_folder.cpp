@@ -22,7 +22,7 @@ std::string FolderName()
 
 std::string RuntimeFolder(std::string& strError)
 {
-    const std::string strFolder = FolderName();
+    std::string strFolder = FolderName();
     struct stat status = {};
     // Not followed when it is a link: in a folder that everybody may write to, somebody else made it.
     if ((mkdir(strFolder.c_str(), S_IRWXU) != 0 && errno != EEXIST) || lstat(strFolder.c_str(), &status) != 0) {

@@ -61,7 +61,7 @@ CameraClock OwnClock(std::uint32_t uiSerial)
 std::uint32_t CycleTime(const CameraClock& clock, ClockTime sinceStart)
 {
     constexpr __int128 kGiga = 1'000'000'000;
-    constexpr __int128 kTicksPerSecond = kCyclesPerSecond * kTicksPerCycle;
+    constexpr __int128 kTicksPerSecond = __int128 { kCyclesPerSecond } * kTicksPerCycle;
     const __int128 shown = __int128 { sinceStart } * (kGiga + clock.iPpb) / kGiga + clock.offset;
     constexpr __int128 kWrap = __int128 { kCycleSeconds } * kNsPerSecond;
     const __int128 inWrap = (shown % kWrap + kWrap) % kWrap;

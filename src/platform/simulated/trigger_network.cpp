@@ -1,6 +1,7 @@
 #include "platform/simulated/trigger_network.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace vireo {
 
@@ -27,7 +28,7 @@ ClockTime GridTime(const Device& device, std::int64_t iIndex)
         __int128 { iIndex } * period.iNumerator * kGiga / (__int128 { period.iDenominator } * rate));
 }
 
-ClockTime Milliseconds(float fMs) { return static_cast<ClockTime>(static_cast<double>(fMs) * kNsPerMs + 0.5); }
+ClockTime Milliseconds(float fMs) { return std::llround(static_cast<double>(fMs) * kNsPerMs); }
 
 } // namespace
 
