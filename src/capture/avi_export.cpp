@@ -209,8 +209,8 @@ private:
             const Image frame =
                 store.SlotImage(uiCamera, RingSlot(store.m_istartFrame[uiCamera], i, store.m_iBufferFrames));
             // A slot outside the ring has no picture; the writer refuses it like any other bad frame.
-            if (!video.Append(frame).IsOk())
-                return FailWrite(video, exported);
+            if (const Error error = video.Append(frame); !error.IsOk())
+                return FailWrite(error, uiCamera, video, exported);
             ++exported.iFrames;
             m_doc.GetPlatform().window.SetProgress(i);
         }
@@ -218,6 +218,7 @@ private:
         exported.files = video.GetFiles();
         if (closed.IsOk())
             return ReadBack(exported) ? CameraOutcome::Written : CameraOutcome::Unreadable;
+        LogCause(closed, uiCamera);
         m_doc.App().SetCooperationResult(cooperation_result::kWriteFailed);
         ShowMessage(m_doc.GetPlatform().window, messages::kAviCloseFailed);
         return CameraOutcome::Failed;
@@ -266,12 +267,20 @@ private:
         }
     }
 
-    // The file stays as far as it was written.
-    CameraOutcome FailWrite(FlyCapture2Video& video, ExportedCamera& exported)
+    // The message says that writing failed; a full disk and a broken one look the same there.
+    void LogCause(const Error& error, unsigned int uiCamera)
     {
+        PrintErrorTrace(m_doc.GetPlatform().log, error, "AVI file of camera " + std::to_string(uiCamera));
+    }
+
+    // The file stays as far as it was written.
+    CameraOutcome FailWrite(
+        const Error& error, unsigned int uiCamera, FlyCapture2Video& video, ExportedCamera& exported)
+    {
+        LogCause(error, uiCamera);
         const Error closed = video.Close();
         if (!closed.IsOk())
-            PrintErrorTrace(m_doc.GetPlatform().log, closed, "AVI file cut short");
+            LogCause(closed, uiCamera);
         exported.files = video.GetFiles();
         m_doc.App().SetCooperationResult(cooperation_result::kWriteFailed);
         ShowMessage(m_doc.GetPlatform().window, messages::kAviWriteFailed);

@@ -299,9 +299,11 @@ TEST_F(AviExport, ATextOfTheLibraryIsNeverReadAsAFormat)
 
 TEST_F(AviExport, AFrameThatCannotBeWrittenEndsTheSaveAndKeepsTheRecording)
 {
-    m_test->m_video.m_appendError = ErrorType::FileWriteFailed;
+    m_test->m_video.m_appendError = Error(ErrorType::FileWriteFailed, "the disk is full");
     EXPECT_FALSE(SaveAviAutomatic(*m_doc).bComplete);
     EXPECT_EQ(Messages(), (std::vector<std::string> { "AVIﾌｧｲﾙの作成に失敗しました。\n" }));
+    EXPECT_EQ(m_test->m_log.Count("AVI file of camera 0: "), 1U) << "the cause";
+    EXPECT_TRUE(m_test->m_log.Contains("the disk is full"));
     EXPECT_EQ(m_app->CooperationResult(), -7);
     EXPECT_TRUE(IsKept());
     ASSERT_EQ(Videos().size(), 1U);
@@ -310,9 +312,10 @@ TEST_F(AviExport, AFrameThatCannotBeWrittenEndsTheSaveAndKeepsTheRecording)
 
 TEST_F(AviExport, AFileThatCannotBeClosedEndsTheSaveAndKeepsTheRecording)
 {
-    m_test->m_video.m_closeError = ErrorType::FileCloseFailed;
+    m_test->m_video.m_closeError = Error(ErrorType::FileCloseFailed, "the disk is gone");
     EXPECT_FALSE(SaveAviAutomatic(*m_doc).bComplete);
     EXPECT_EQ(Messages(), (std::vector<std::string> { "AVIﾌｧｲﾙのｸﾛｰｽﾞに失敗しました。\n" }));
+    EXPECT_TRUE(m_test->m_log.Contains("the disk is gone"));
     EXPECT_EQ(m_app->CooperationResult(), -7);
     EXPECT_TRUE(IsKept());
 }

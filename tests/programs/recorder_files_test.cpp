@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <gmock/gmock.h>
@@ -109,6 +110,7 @@ TEST(RecordedFiles, ARecordingThatFilledTheDiskIsSavedInFullElsewhere)
     // Encoders run ahead: where there are many the last append may come before the failed write.
     EXPECT_THAT(recorded.m_bench.Messages(),
         testing::ElementsAre(testing::AnyOf("AVIﾌｧｲﾙの作成に失敗しました。\n", "AVIﾌｧｲﾙのｸﾛｰｽﾞに失敗しました。\n")));
+    EXPECT_TRUE(recorded.m_bench.m_test.m_log.Contains(std::strerror(ENOSPC)));
     EXPECT_EQ(recorded.m_bench.m_app.CooperationResult(), cooperation_result::kWriteFailed);
     EXPECT_TRUE(doc.m_store.m_bRecordDone[0]) << "the recording stays in memory";
     EXPECT_FALSE(doc.m_capture.m_bCapturing) << "nothing may overwrite it";
