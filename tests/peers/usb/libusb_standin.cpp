@@ -98,32 +98,36 @@ bool PlugIn(Cables& cables, const std::string& strItem, Generator& generator)
     return true;
 }
 
+/// Lives as long as the process: a thread that was left behind with a mute camera may still be on its way through here
+/// when everything else is taken down.
+template <typename Object> Object& Everlasting()
+{
+    static auto* const s_pObject = new Object;
+    return *s_pObject;
+}
+
 /// Read once.
 Cables& AllCables()
 {
-    static Cables s_cables;
+    auto& cables = Everlasting<Cables>();
     static std::once_flag s_once;
-    std::call_once(s_once, [] {
+    std::call_once(s_once, [&cables] {
         const char* strList = std::getenv("TESSEL_USB_CAMERAS");
         Generator generator;
         if (strList != nullptr && *strList != '\0')
             for (const std::string& strItem : Split(strList, ','))
-                if (!PlugIn(s_cables, strItem, generator)) {
+                if (!PlugIn(cables, strItem, generator)) {
                     std::fprintf(stderr, "TESSEL_USB_CAMERAS: cannot read %s\n", strItem.c_str());
                     std::abort(); // a test would look at something else than it means
                 }
         UsbNow();
-        s_cables.bus.Connect(generator);
+        cables.bus.Connect(generator);
     });
-    return s_cables;
+    return cables;
 }
 std::vector<std::unique_ptr<UsbDevice>>& Plugged() { return AllCables().devices; }
 
-libusb_context& DefaultContext()
-{
-    static libusb_context s_context;
-    return s_context;
-}
+libusb_context& DefaultContext() { return Everlasting<libusb_context>(); }
 
 /// Transfers that were submitted and wait for the camera, in order.
 struct Submitted {
@@ -132,11 +136,7 @@ struct Submitted {
     std::vector<libusb_transfer*> waiting;
     std::vector<libusb_transfer*> cancelled;
 };
-Submitted& Pending()
-{
-    static Submitted s_pending;
-    return s_pending;
-}
+Submitted& Pending() { return Everlasting<Submitted>(); }
 
 void Forget(std::vector<libusb_transfer*>& list, const libusb_transfer* pTransfer) { std::erase(list, pTransfer); }
 
