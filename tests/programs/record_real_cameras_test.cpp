@@ -169,7 +169,13 @@ TEST_F(RecordRealCameras, FourGigECamerasAtFourHundredFramesASecondLoseNextToNot
             iLost += gap.at(1).get<int>();
     }
     EXPECT_LE(iLost, 80); // one in a hundred: others may want the machine as well
-    EXPECT_EQ(m_report.at("verdict"), iLost == 0 ? "in sync" : "frames missed") << m_report.at("reason");
+    // Each has a clock of its own: where frames are fetched too late to lay it over the host's, it is not called in
+    // step.
+    const std::string strReason = m_report.at("reason");
+    if (m_report.at("verdict") == "not checked")
+        EXPECT_NE(strReason.find("arrived too irregularly"), std::string::npos) << strReason;
+    else
+        EXPECT_EQ(m_report.at("verdict"), iLost == 0 ? "in sync" : "frames missed") << strReason;
 }
 
 TEST_F(RecordRealCameras, UsbCamerasOfBothKindsAreConfiguredRecordedAndSaved)
