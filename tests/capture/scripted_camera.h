@@ -55,7 +55,7 @@ public:
     std::atomic<int> m_iLevelWrites = 0; ///< writes of 0x11F0
     std::atomic<int> m_iStrobeOffs = 0; ///< SetStrobe calls that switch it off
     std::atomic<int> m_iStopsBeforeStrobeOff = 0; ///< StopCapture calls that came first
-    ClockTime m_longestInHand = 0; ///< from a fetch's end to the next one's begin
+    std::atomic<ClockTime> m_longestInHand = 0; ///< from a fetch's end to the next one's begin
     std::atomic<int> m_iModes = 0; ///< calls that choose a picture mode
     std::atomic<int> m_iModesWhileFetching = 0; ///< those that come while a fetch waits
 
@@ -98,7 +98,7 @@ public:
         std::unique_lock lock(m_mutex);
         const int iFetch = m_iFetches++;
         if (iFetch > 0)
-            m_longestInHand = std::max(m_longestInHand, m_clock.Now() - m_fetchEnded);
+            m_longestInHand = std::max(m_longestInHand.load(), m_clock.Now() - m_fetchEnded);
         m_fetchEnded = m_clock.Now();
         if (const auto failure = m_fetchErrors.find(iFetch); failure != m_fetchErrors.end())
             return failure->second;
