@@ -1,5 +1,7 @@
 #include "platform/imaging/avi_file.h"
 
+#include "platform/imaging/avi_layout.h"
+
 #include <algorithm>
 #include <cassert>
 #include <cerrno>
@@ -13,17 +15,14 @@
 namespace vireo {
 namespace {
 
-constexpr std::size_t kIndexEntryBytes = 16;
-constexpr std::size_t kChunkHeadBytes = 8; ///< mark and size
-constexpr std::size_t kListHeadBytes = 12; ///< "LIST", size, kind
-constexpr std::size_t kMainHeaderBytes = 56;
+using namespace avi;
+
 constexpr std::size_t kStreamHeaderBytes = 56;
 constexpr std::size_t kBitmapHeaderBytes = 40;
 constexpr std::uint32_t kFlagHasIndex = 0x10;
 constexpr std::uint32_t kFlagKeyFrame = 0x10; ///< of an index entry
 constexpr std::uint32_t kDefaultQuality = 0xFFFFFFFF; ///< the stream header leaves it to the pictures
 constexpr std::uint16_t kBitsPerPixel = 24;
-constexpr char kFrameMark[] = "00dc";
 
 /// Little-endian fields, one behind the other.
 class FieldWriter {
@@ -146,8 +145,6 @@ std::vector<std::uint8_t> MakeHeader(const HeaderValues& values)
     return bytes;
 }
 
-constexpr std::size_t Padded(std::size_t uiBytes) { return uiBytes + uiBytes % 2; }
-
 } // namespace
 
 WriteFunction PlainWrite()
@@ -206,7 +203,7 @@ Error AviFile::Append(JpegChunk& chunk)
     static_assert(JpegChunk::kHeaderBytes == kChunkHeadBytes);
     const auto uiPicture = static_cast<std::uint32_t>(chunk.Size());
     std::uint8_t* pBytes = chunk.Buffer();
-    std::memcpy(pBytes, kFrameMark, 4);
+    std::memcpy(pBytes, kFrameMark.data(), kMarkBytes);
     for (unsigned int i = 0; i < 4; ++i)
         pBytes[4 + i] = static_cast<std::uint8_t>(uiPicture >> (8 * i));
     if (uiPicture % 2 != 0)

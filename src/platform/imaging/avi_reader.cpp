@@ -1,5 +1,7 @@
 #include "platform/imaging/avi_reader.h"
 
+#include "platform/imaging/avi_layout.h"
+
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -12,16 +14,13 @@
 namespace vireo {
 namespace {
 
-constexpr std::size_t kChunkHeadBytes = 8; ///< mark and size
-constexpr std::size_t kMarkBytes = 4;
-constexpr std::size_t kListHeadBytes = 12; ///< a chunk's head and the list's own mark
-constexpr std::size_t kIndexEntryBytes = 16;
-constexpr std::size_t kMainHeaderBytes = 64; ///< with its chunk's head
+using namespace avi;
+
+constexpr std::size_t kMainChunkBytes = kChunkHeadBytes + kMainHeaderBytes;
 // Within the main header.
 constexpr std::size_t kFramesOffset = 16;
 constexpr std::size_t kWidthOffset = 32;
 constexpr std::size_t kHeightOffset = 36;
-constexpr std::string_view kFrameMark = "00dc";
 
 std::uint32_t Word(const std::uint8_t* pBytes)
 {
@@ -33,8 +32,6 @@ bool IsMark(const std::uint8_t* pBytes, std::string_view strMark)
 {
     return std::memcmp(pBytes, strMark.data(), kMarkBytes) == 0;
 }
-
-constexpr std::uint64_t Padded(std::uint64_t uiBytes) { return uiBytes + uiBytes % 2; }
 
 Error Broken(std::string strWhat) { return { ErrorType::FileCloseFailed, std::move(strWhat) }; }
 
@@ -128,7 +125,7 @@ Error AviReader::ReadChunks()
 
 Error AviReader::ReadMainHeader(const Chunk& list)
 {
-    std::array<std::uint8_t, kMainHeaderBytes> bytes {};
+    std::array<std::uint8_t, kMainChunkBytes> bytes {};
     if (list.uiBytes < kMarkBytes + bytes.size() || !Read(bytes.data(), bytes.size(), list.uiOffset + kMarkBytes)
         || !IsMark(bytes.data(), "avih"))
         return Broken("the header is damaged");
