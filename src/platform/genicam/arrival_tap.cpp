@@ -1,5 +1,7 @@
 #include "platform/genicam/arrival_tap.h"
 
+#include "platform/clock.h"
+
 #include <arpa/inet.h>
 #include <cstring>
 #include <ctime>
@@ -15,7 +17,6 @@ namespace {
 
 constexpr int kQueueBytes = 1 << 20; ///< some thousand frames
 constexpr std::uint8_t kTrailer = 2; ///< the packet that ends a frame
-constexpr std::int64_t kNsPerSecond = 1'000'000'000;
 
 std::int64_t WallClock()
 {

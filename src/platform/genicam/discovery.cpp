@@ -1,7 +1,8 @@
 #include "platform/genicam/discovery.h"
 
+#include "platform/genicam/glib_ptr.h"
+
 #include <arpa/inet.h>
-#include <arv.h>
 #include <charconv>
 #include <cstring>
 #include <ifaddrs.h>
@@ -20,8 +21,6 @@ std::uint32_t Hash(const std::string& strText)
         uiHash = (uiHash ^ static_cast<unsigned char>(c)) * 16777619U;
     return uiHash;
 }
-
-std::string Text(const char* strMaybe) { return strMaybe != nullptr ? strMaybe : ""; }
 
 /// A network that an interface of this computer stands in.
 struct Network {
@@ -73,15 +72,15 @@ std::string HostAddressFor(const std::vector<Network>& networks, const std::stri
 DeviceRecord ReadRecord(unsigned int uiIndex)
 {
     DeviceRecord record;
-    record.strId = Text(arv_get_device_id(uiIndex));
-    record.bGigE = Text(arv_get_device_protocol(uiIndex)) == "GigEVision";
-    record.strAddress = Text(arv_get_device_address(uiIndex));
-    record.info.modelName = Text(arv_get_device_model(uiIndex));
-    record.info.vendorName = Text(arv_get_device_vendor(uiIndex));
+    record.strId = Told(arv_get_device_id(uiIndex));
+    record.bGigE = Told(arv_get_device_protocol(uiIndex)) == "GigEVision";
+    record.strAddress = Told(arv_get_device_address(uiIndex));
+    record.info.modelName = Told(arv_get_device_model(uiIndex));
+    record.info.vendorName = Told(arv_get_device_vendor(uiIndex));
     record.info.interfaceType = record.bGigE ? InterfaceType::GigE : InterfaceType::Usb3;
-    record.info.serialNumber = SerialFromText(Text(arv_get_device_serial_nbr(uiIndex)));
+    record.info.serialNumber = SerialFromText(std::string(Told(arv_get_device_serial_nbr(uiIndex))));
     record.guid.value = { kGuidTag | (record.bGigE ? 1U : 0U), record.info.serialNumber, Hash(record.strId),
-        Hash(record.strAddress + Text(arv_get_device_physical_id(uiIndex))) };
+        Hash(record.strAddress + std::string(Told(arv_get_device_physical_id(uiIndex)))) };
     return record;
 }
 

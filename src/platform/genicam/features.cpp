@@ -84,21 +84,19 @@ Quantity QuantityOf(Feature eFeature)
     }
 }
 
-std::string_view Text(const char* strMaybe) { return strMaybe != nullptr ? strMaybe : ""; }
-
 /// What the camera's description says of a feature: its unit, or the sentence that explains it.
 std::optional<double> ToldUnitsPerStep(Quantity eQuantity, ArvGcNode* pNode, bool bRaw)
 {
     const char* strUnit = ARV_IS_GC_FLOAT(pNode) ? arv_gc_float_get_unit(ARV_GC_FLOAT(pNode))
         : ARV_IS_GC_INTEGER(pNode)               ? arv_gc_integer_get_unit(ARV_GC_INTEGER(pNode))
                                                  : nullptr;
-    if (const auto told = UnitsPerStep(eQuantity, Text(strUnit)))
+    if (const auto told = UnitsPerStep(eQuantity, Told(strUnit)))
         return told;
     if (!bRaw || !ARV_IS_GC_FEATURE_NODE(pNode))
         return std::nullopt;
     auto* pFeature = ARV_GC_FEATURE_NODE(pNode);
-    const auto described = UnitsPerStepInText(eQuantity, Text(arv_gc_feature_node_get_description(pFeature)));
-    return described ? described : UnitsPerStepInText(eQuantity, Text(arv_gc_feature_node_get_tooltip(pFeature)));
+    const auto described = UnitsPerStepInText(eQuantity, Told(arv_gc_feature_node_get_description(pFeature)));
+    return described ? described : UnitsPerStepInText(eQuantity, Told(arv_gc_feature_node_get_tooltip(pFeature)));
 }
 
 /// How many of the camera's steps make one of our units; none when a raw number could be anything.

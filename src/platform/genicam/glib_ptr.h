@@ -1,8 +1,12 @@
 #pragma once
 #include <arv.h>
 #include <memory>
+#include <string_view>
 
 namespace vireo {
+
+/// What the library tells, or nothing where it tells none.
+inline std::string_view Told(const char* strMaybe) { return strMaybe != nullptr ? strMaybe : std::string_view(); }
 
 /// Gives a GObject's reference back.
 struct GObjectUnref {
