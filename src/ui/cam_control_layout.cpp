@@ -19,12 +19,6 @@ constexpr int kSmallGap = 5;
 constexpr std::array<int, kPresetButtons> kPresetIds = { 1005, 1006, 1007, 1008 };
 constexpr std::array<int, kPresetButtons> kEditorIds = { 1004, 1009, 1010, 1011 };
 
-template <typename Control> Control* WithId(Control* pControl, int iId)
-{
-    pControl->setObjectName(QString::number(iId));
-    return pControl;
-}
-
 QPushButton* Button(int iId, const char* pText, bool bEnabled = true)
 {
     auto* pButton = WithId(new QPushButton(QString::fromUtf8(pText)), iId);

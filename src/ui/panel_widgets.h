@@ -6,6 +6,13 @@
 
 namespace vireo {
 
+/// Names a control by the number under which others find it; returns it.
+template <typename Control> Control* WithId(Control* pControl, int iId)
+{
+    pControl->setObjectName(QString::number(iId));
+    return pControl;
+}
+
 /// For setToolTip, which takes what looks like markup for markup: a text that comes from outside stays a text.
 QString PlainToolTip(const QString& strText);
 

@@ -4,6 +4,7 @@
 #include "camera/document_settings.h"
 #include "camera/record_time.h"
 #include "platform/qt/file_dialog_room.h"
+#include "ui/panel_widgets.h"
 #include "ui/up_down_edit.h"
 
 #include <QCheckBox>
@@ -27,12 +28,6 @@ QStringList ToList(const std::vector<std::string>& texts)
     for (const std::string& strText : texts)
         list.append(QString::fromStdString(strText));
     return list;
-}
-
-template <typename Control> Control* WithId(Control* pControl, int iId)
-{
-    pControl->setObjectName(QString::number(iId));
-    return pControl;
 }
 
 QLabel* LabelFor(const char* pText, QWidget* pBuddy)
