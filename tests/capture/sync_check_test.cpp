@@ -278,6 +278,24 @@ TEST_F(SyncCheck, ACheckThatWasBrokenOffTellsNothing)
         EXPECT_EQ(strText.find("同期"), std::string::npos) << strText;
 }
 
+TEST_F(SyncCheck, ACheckWhoseAlignmentWasBrokenOffCountsNothingEither)
+{
+    UseCameras(3);
+    Store().m_bRecordDone[2] = false;
+    Shift(1, 1.5 / kFps);
+    // The stop comes while the alignment waits; then the last frames are there, too late for a verdict.
+    const auto stopped = [this](std::size_t c) {
+        if (c != 2)
+            return false;
+        Store().m_bRecordDone[2] = true;
+        return true;
+    };
+    CheckSynchronisation(m_doc, stopped);
+    EXPECT_EQ(Flags().m_uiOutOfSyncCount, 0U);
+    EXPECT_EQ(Flags().m_uiMissedCount, 0U);
+    EXPECT_FALSE(m_test.m_log.Contains("SyncCheck2()"));
+}
+
 TEST_F(SyncCheck, TheCheckFoldsOneIntervalIntoTheMeasuredRate)
 {
     m_test.m_clock.SleepMs(50);
