@@ -1,0 +1,1 @@
+// Nothing of its own: what is compiled here is the headers that the tests share.
