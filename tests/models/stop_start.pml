@@ -32,6 +32,11 @@
 #ifndef TARGET
 #define TARGET 2
 #endif
+#ifdef FAILING
+#define MAY_FAIL(c) (c == FAILING) /* for a search in parts, one for each camera that may fail */
+#else
+#define MAY_FAIL(c) true
+#endif
 #define MARGIN 1 /* frames that are counted beyond the target */
 #define IDLE -100 /* a camera that is behind the mark has a negative count */
 #define NONE 255
@@ -195,70 +200,87 @@ inline ResetRecordCounters(i)
     stopRequest = false
 }
 
-proctype Grab(byte c)
+/* A frame that arrived: the first behind the mark begins the recording, and each is counted. */
+inline CountFrame(c)
+{
+    if
+    :: recording && count[c] == IDLE && (startMark != NONE || PLANTED == 6) ->
+        assert(startMark != NONE);
+        count[c] = endFrame[c] - startMark;
+        doneCounted[c] = false
+    :: else -> skip
+    fi;
+    if
+    :: !done[c] && endFrame[c] < FRAMES ->
+        if
+        :: count[c] != IDLE -> count[c]++
+        :: else -> skip
+        fi;
+        endFrame[c]++
+    :: else -> skip
+    fi;
+    assert(count[c] == IDLE || count[c] == endFrame[c] - startMark)
+}
+
+inline CountDone(c)
+{
+    if
+    :: !done[c] && count[c] >= target + MARGIN ->
+        done[c] = true;
+        if
+        :: !doneCounted[c] ->
+            doneCounted[c] = true;
+            doneCameras++;
+            if
+            :: PLANTED == 5 -> doneCameras++
+            :: else -> skip
+            fi;
+            assert(doneCameras <= CAMERAS)
+        :: else -> skip
+        fi
+    :: else -> skip
+    fi
+}
+
+#define EVERYBODY_DONE (doneCameras > 0 && doneCameras >= CAMERAS)
+#define DELIVERS(c) (endFrame[c] < FRAMES || done[c])
+/* Camera 0 does not answer any more. */
+#define LEFT_ALONE(c) (LEAVING(c) || stoppingFlag || threadEnded[0])
+
+/* The loop of camera 0: it turns the requests into marks. */
+proctype Master()
 {
     byte i;
     do
-    :: LEAVING(c) -> break
-    :: !LEAVING(c) ->
+    :: LEAVING(0) -> break
+    :: else ->
         if
-        :: c == 0 && doneCameras > 0 && doneCameras >= CAMERAS ->
+        :: EVERYBODY_DONE ->
             recording = false;
             stopRequest = false;
             break
-        :: c == 0 && !(doneCameras > 0 && doneCameras >= CAMERAS) && !recording && startRequest ->
-            ResetRecordCounters(i)
+        :: !EVERYBODY_DONE && !recording && startRequest -> ResetRecordCounters(i)
         :: else -> skip
         fi;
         /* the fetch: a stop wakes it */
         if
-        :: LEAVING(c) -> break
-        :: !LEAVING(c) && (endFrame[c] < FRAMES || done[c]) -> skip
-        :: atomic { !LEAVING(c) && !failed -> failed = true };
-            if
-            :: recording -> broken = true
-            :: else -> skip
-            fi;
-            threadEnded[c] = true;
-            StopGrab(c, i);
-            recording = false;
-            break
+        :: LEAVING(0) -> break
+        :: !LEAVING(0) && DELIVERS(0) -> skip
+        :: atomic { !LEAVING(0) && !failed && MAY_FAIL(0) -> failed = true }; goto fails
         fi;
         atomic {
             if
-            :: c == 0 && recording && count[0] == IDLE && startMark == NONE -> startMark = endFrame[0]
-            :: c > 0 ->
-                /* camera 0 turns the request into a recording */
-                if
-                :: PLANTED == 1 -> recording || !startRequest
-                :: else -> LEAVING(c) || stoppingFlag || threadEnded[0] || recording || !startRequest
-                fi
+            :: recording && count[0] == IDLE && startMark == NONE -> startMark = endFrame[0]
             :: else -> skip
             fi;
             if
-            :: LEAVING(c) -> break
+            :: LEAVING(0) -> break
             :: else -> skip
             fi;
-            if
-            :: recording && count[c] == IDLE && (startMark != NONE || PLANTED == 6) ->
-                assert(startMark != NONE);
-                count[c] = endFrame[c] - startMark;
-                doneCounted[c] = false
-            :: else -> skip
-            fi;
-            if
-            :: !done[c] && endFrame[c] < FRAMES ->
-                if
-                :: count[c] != IDLE -> count[c]++
-                :: else -> skip
-                fi;
-                endFrame[c]++
-            :: else -> skip
-            fi;
-            assert(count[c] == IDLE || count[c] == endFrame[c] - startMark)
+            CountFrame(0)
         }
         if
-        :: c == 0 && stopRequest && stopMark == NONE ->
+        :: stopRequest && stopMark == NONE ->
             if
             :: !recording || done[0] -> stopRequest = false
             :: else ->
@@ -277,39 +299,72 @@ proctype Grab(byte c)
             fi
         :: else -> skip
         fi;
-        atomic {
-            if
-            :: c > 0 ->
-                /* camera 0 fixes the end */
-                if
-                :: PLANTED == 3 -> !(stopRequest && stopMark == NONE)
-                :: else -> LEAVING(c) || stoppingFlag || threadEnded[0] || !(stopRequest && stopMark == NONE)
-                fi
-            :: else -> skip
-            fi;
-            if
-            :: !done[c] && count[c] >= target + MARGIN ->
-                done[c] = true;
-                if
-                :: !doneCounted[c] ->
-                    doneCounted[c] = true;
-                    doneCameras++;
-                    if
-                    :: PLANTED == 5 -> doneCameras++
-                    :: else -> skip
-                    fi;
-                    assert(doneCameras <= CAMERAS)
-                :: else -> skip
-                fi
-            :: else -> skip
-            fi
-        }
+        atomic { CountDone(0) }
     od;
-    threadEnded[c] = true;
+    threadEnded[0] = true;
+    goto ended;
+fails:
     if
-    :: c == 0 && doneCameras > 0 && doneCameras >= CAMERAS -> StopGrab(c, i)
+    :: recording -> broken = true
     :: else -> skip
     fi;
+    threadEnded[0] = true;
+    StopGrab(0, i);
+    recording = false;
+ended:
+    if
+    :: EVERYBODY_DONE -> StopGrab(0, i)
+    :: else -> skip
+    fi;
+    atomic {
+        alive[0] = false;
+        living--
+    }
+}
+
+/* The loop of every other camera. What camera 0 has asked for but not yet marked is waited for. */
+proctype Slave(byte c)
+{
+    byte i;
+    do
+    :: atomic {
+           /* the fetch: a stop wakes it. One step with what follows: until then it looks at what is its own alone. */
+           if
+           :: LEAVING(c) -> break
+           :: !LEAVING(c) && DELIVERS(c) -> skip
+           :: !LEAVING(c) && !failed && MAY_FAIL(c) ->
+               failed = true;
+               goto fails
+           fi;
+           /* camera 0 turns the request into a recording */
+           if
+           :: PLANTED == 1 -> recording || !startRequest
+           :: else -> LEFT_ALONE(c) || recording || !startRequest
+           fi;
+           if
+           :: LEAVING(c) -> break
+           :: else -> skip
+           fi;
+           CountFrame(c)
+       }
+       atomic {
+           /* camera 0 fixes the end */
+           if
+           :: PLANTED == 3 -> !(stopRequest && stopMark == NONE)
+           :: else -> LEFT_ALONE(c) || !(stopRequest && stopMark == NONE)
+           fi;
+           CountDone(c)
+       }
+    od;
+    goto gone;
+fails:
+    if
+    :: recording -> broken = true
+    :: else -> skip
+    fi;
+    StopGrab(c, i);
+    recording = false;
+gone:
     atomic {
         alive[c] = false;
         living--
@@ -355,7 +410,10 @@ inline StartGrabThreads(i)
             threadEnded[CAMERAS - 1 - i] = false;
             alive[CAMERAS - 1 - i] = true;
             living++;
-            run Grab(CAMERAS - 1 - i);
+            if
+            :: i < CAMERAS - 1 -> run Slave(CAMERAS - 1 - i)
+            :: else -> run Master()
+            fi;
             i++
         }
     :: else ->
